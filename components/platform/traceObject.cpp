@@ -1,0 +1,3 @@
+#include "traceObject.h"
+
+TraceObject* g_traceObject = nullptr;
