@@ -12,15 +12,16 @@
 
 /// One variable of the standard card.
 struct CardVariableDef {
-    int id;                    ///< Id inside its group, from 0 in steps of 1.
-    const char* name;          ///< Display name, with its trailing blanks.
-    int type;                  ///< LcmpTlvType.
-    int access;                ///< IfcCardVarAccessType.
-    boost::any defaultValue;   ///< Of the C++ type that belongs to `type`, with one exception ("Dld Clear Errors").
+    int id;            ///< Id inside its group, from 0 in steps of 1.
+    const char* name;  ///< Display name, with its trailing blanks.
+    int type;          ///< LcmpTlvType.
+    int access;        ///< IfcCardVarAccessType.
+    boost::any
+        defaultValue;  ///< Of the C++ type that belongs to `type`, with one exception ("Dld Clear Errors").
     bool (*lengthInvalid)(unsigned int length);  ///< True: not acceptable, in bytes. May be null.
     bool (*valueInvalid)(boost::any value);      ///< True: not acceptable. May be null.
-    bool marked;               ///< Set for one variable; its meaning is not settled.
-    std::int32_t reserved;     ///< 0.
+    bool marked;                                 ///< Set for one variable; its meaning is not settled.
+    std::int32_t reserved;                       ///< 0.
 };
 
 /// A read-only view of consecutive variables; they live as long as the library is loaded.

@@ -1,5 +1,5 @@
-// The values last reported to the peer, one unsigned 64-bit slot each, for a group of values that an application
-// polls itself. The endpoint compares current values with the slots. One thread at a time.
+// The values last reported to the peer, one unsigned 64-bit slot each, for a group of values that an
+// application polls itself. The endpoint compares current values with the slots. One thread at a time.
 #pragma once
 
 #include "lcmpExport.h"

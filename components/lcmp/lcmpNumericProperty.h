@@ -35,7 +35,8 @@ public:
     /// accepts every value.
     TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def, TypeValueCheck* check,
                  bool eventable);
-    TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def, TypeValueCheck* check);
+    TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,
+                 TypeValueCheck* check);
     TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def, bool eventable);
     TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def);
     ~TypeProperty() override;

@@ -21,7 +21,7 @@ public:
     std::string str() const;
 
     bool m_common = false;
-    bool m_is_table = false;             ///< At most one of the two is true; neither means invalid.
+    bool m_is_table = false;  ///< At most one of the two is true; neither means invalid.
     bool m_is_scalar = false;
     unsigned int m_id = 0xFFFFFFFF;      ///< Table id or group id.
     unsigned int m_sub_id = 0xFFFFFFFF;  ///< Column or variable id.

@@ -1,5 +1,5 @@
-// Objects group properties under one table id or group id: a scalar is a group of single variables, a table has
-// rows of variables. The protocol engine finds the property of a received OID through them.
+// Objects group properties under one table id or group id: a scalar is a group of single variables, a table
+// has rows of variables. The protocol engine finds the property of a received OID through them.
 //
 // An object and its properties are used by the thread that runs the protocol engine; nothing here locks.
 #pragma once

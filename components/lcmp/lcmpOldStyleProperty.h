@@ -9,8 +9,8 @@
 /// is one ERROR line and changes nothing, and so is every `set` of a 64-bit signed value. UNIX_TIME is
 /// answered by none. The value is kept in wire order.
 ///
-/// Named "OldStyleProperty_<n>", n counting in the process; writable, not eventable, without owner, its id the
-/// full OID.
+/// Named "OldStyleProperty_<n>", n counting in the process; writable, not eventable, without owner, its id
+/// the full OID.
 class LCMP_API OldStyleProperty : public LcmpProperty {
 public:
     /// `element` points at the bytes of an element on the wire, never at a filled record; the caller has
@@ -69,13 +69,15 @@ public:
     std::string str() const override;
 
 private:
-    void takeBytes(const char* bytes, unsigned int length);
-    bool accepts(bool matches, const char* operation) const;
+    bool allocate(unsigned int length);
+    bool takeBytes(const char* bytes, unsigned int length);
+    void replaceBytes(const char* bytes, unsigned int length);
+    bool mayGet(bool typeMatches) const;
+    bool maySet(bool typeMatches) const;
     template <typename T>
-    void getNumber(T* out, bool matches) const;
+    void getNumber(T* out, bool typeMatches) const;
     template <typename T>
-    void setNumber(T value, bool matches);
-    void replaceBytes(const void* bytes, unsigned int length);
+    void setNumber(T value, bool typeMatches);
 
     unsigned char* m_value_pointer = nullptr;
     unsigned int m_length = 0;

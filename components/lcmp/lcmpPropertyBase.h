@@ -108,6 +108,9 @@ public:
     /// The object that holds the property, or null.
     LcmpObject* getOwner() const { return m_owner; }
 
+    /// This property as a legacy one, or null when it is none.
+    OldStyleProperty* asOldStyle();
+
 protected:
     /// Member by member; the copy has the source's owner, so a subclass that allows copies settles that.
     LcmpProperty(const LcmpProperty&) = default;
@@ -116,19 +119,19 @@ protected:
     /// sendEvent reads, if the property is eventable.
     void markEvent();
 
-    /// Writes the ERROR line of a serialize that lacks room, and returns -1.
-    int noRoom() const;
+    /// The beginning of every serialize: writes the header of an element with `length` value bytes and
+    /// returns where they go; `size` has room for them. Otherwise null and one ERROR line, buffer untouched.
+    char* startElement(char* buffer, int size, unsigned int length, int type) const;
 
     /// "  3 | <name in 40 columns> : ", the beginning of every property's line.
     std::string lineHead() const;
 
 private:
     friend class LcmpObject;        // sets row and owner
-    friend class OldStyleProperty;  // takes id and row from an element
+    friend class OldStyleProperty;  // takes its id and row from an element
 
-    int checkIdentity(unsigned int oid) const;
-    int checkSize(unsigned int announced);
-    void refuse(const char* operation, int line, const char* typeWord) const;
+    bool hasOid(unsigned int oid) const;
+    bool hasSize(unsigned int announced);
 
     std::string m_name;
     IfcCardVarAccessType m_access;
@@ -137,4 +140,5 @@ private:
     bool m_eventable;
     bool m_eventPending = false;
     LcmpObject* m_owner = nullptr;
+    bool m_legacy = false;  // this is an OldStyleProperty
 };

@@ -3,7 +3,8 @@
 //
 // It does no I/O and starts no threads. Three things are shared by all endpoints of a process, without locks:
 // the table of peers and their last message ids (5 peers), the AMI that is being collected, and the flag that
-// the first event pass has run. Drive all endpoints from one thread, or serialise every call into the library.
+// the first event pass has run. Drive all endpoints from one thread, or serialise every call into the
+// library.
 #pragma once
 
 #include <cstdint>
@@ -21,11 +22,12 @@
 
 class LCMP_API LcmpProtocolBase {
 public:
-    static constexpr int maxReadResponse = 1200;  // bytes of a whole served frame, its 11-byte header included
-    static constexpr int maxRequestTlvs = 150;    // elements of a request that this endpoint issues
-    static constexpr int maxPendingTlvs = 50;     // elements an AMI collects; one more sends it
-    static constexpr int maxPeers = 5;            // peers whose message ids are followed, in the whole process
-    static constexpr int maxEventTables = 20;     // slots of eventTables
+    static constexpr int maxReadResponse =
+        1200;                                   // bytes of a whole served frame, its 11-byte header included
+    static constexpr int maxRequestTlvs = 150;  // elements of a request that this endpoint issues
+    static constexpr int maxPendingTlvs = 50;   // elements an AMI collects; one more sends it
+    static constexpr int maxPeers = 5;          // peers whose message ids are followed, in the whole process
+    static constexpr int maxEventTables = 20;   // slots of eventTables
 
     /// Calls initEvents; what a subclass overrides is not reached from here. The first one answers broken
     /// frames (sendErrorReplies).
@@ -62,8 +64,8 @@ public:
     /// The next message id, for requests and AMIs alike: 1 first, 0 after 65535.
     virtual std::uint16_t getNewMessageId();
 
-    /// Hook: receives the properties of an AMI that have taken its values, in frame order, also when there are
-    /// none. False is logged and becomes the result of handleLcmpMsg. Base: false.
+    /// Hook: receives the properties of an AMI that have taken its values, in frame order, also when there
+    /// are none. False is logged and becomes the result of handleLcmpMsg. Base: false.
     virtual bool amiMessageHandler(std::vector<LcmpProperty*> props);
 
     /// Runs initEventsCore; if that returns false, deletes all event tables and returns false.
@@ -99,9 +101,9 @@ public:
     /// The same for a request of the caller's making; `action` is 1 (read) or 2 (write).
     bool sendRequest(unsigned char action, LCMPRequest& request);
 
-    /// To be called periodically: reports every property that has marked a change since the last call and sends
-    /// what is collected. Returns how many were reported. The first call in the process only collects: it
-    /// returns 0 and sends nothing.
+    /// To be called periodically: reports every property that has marked a change since the last call and
+    /// sends what is collected. Returns how many were reported. The first call in the process only collects:
+    /// it returns 0 and sends nothing.
     int eventHandler();
 
 protected:
@@ -122,10 +124,10 @@ protected:
     int eventAdd(std::vector<LcmpObject*>& objects);
 
     /// Compares the property with the value last reported. Different: reports it through addToAmi, stores the
-    /// new value and returns true. Without `initDone` the value is stored and not reported. `sendNow` sends
+    /// new value and returns true. Without `reporting` the value is stored and not reported. `sendNow` sends
     /// what is collected instead and returns false. Only unsigned integers can be compared; other kinds
     /// of a like length read as 0. Null `lastValue` or property: false.
-    bool checkForEvent(unsigned long long* lastValue, LcmpProperty* property, bool initDone, bool sendNow);
+    bool checkForEvent(unsigned long long* lastValue, LcmpProperty* property, bool reporting, bool sendNow);
 
     /// Adds a property to the AMI that is being collected, which goes out by itself with its 51st; or, with
     /// `flush`, sends what was added since the last sending, empties the AMI and deletes tempProperties.
@@ -136,13 +138,13 @@ protected:
     /// Stamps an AMI with a new message id and the time and sends it. False: null or empty, or not sent.
     bool sendAmiMsgBase(LCMPAmi* ami);
 
-    bool sendErrorReplies;                    ///< Answer frames of a wrong version or action.
-    std::vector<LcmpObject*> lcmpObjects;     ///< In order of registration; not owned.
-    std::vector<LcmpProperty*> tempProperties;  ///< From new; deleted by the next flush that sends.
+    bool sendErrorReplies;                         ///< Answer frames of a wrong version or action.
+    std::vector<LcmpObject*> lcmpObjects;          ///< In order of registration; not owned.
+    std::vector<LcmpProperty*> tempProperties;     ///< From new; deleted by the next flush that sends.
     EventValueTable* eventTables[maxEventTables];  ///< Null or from new; owned.
-    std::uint32_t reserved;                   ///< Always 0.
-    std::string replyBuffer;                  ///< The reply frame to the last request, left by sendMessage.
-    std::uint16_t lastMessageId;              ///< What getNewMessageId gave last.
+    std::uint32_t reserved;                        ///< Always 0.
+    std::string replyBuffer;      ///< The reply frame to the last request, left by sendMessage.
+    std::uint16_t lastMessageId;  ///< What getNewMessageId gave last.
 
 private:
     struct Found {
@@ -150,25 +152,31 @@ private:
         LcmpObject* object;
     };
 
-    Found findProperty(unsigned int oid) const;
-    void deleteEventTables();
-    bool answerBadHeader(LCMPResponse& response);
-
     using LegacyList = std::vector<std::unique_ptr<OldStyleProperty>>;
+    enum class Source { response, ami };  // of values that are applied
+
+    void deleteEventTables();
+    Found findProperty(unsigned int oid) const;
+    bool dispatch(std::uint8_t action, int length, const char* data, LCMPResponse& response);
 
     void resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy);
     void serveRead(LCMPRequest& request, const LegacyList& legacy, LCMPResponse& response);
     void serveWrite(LCMPRequest& request, LCMPResponse& response);
+    static void refuse(LCMPResponse& response, unsigned int result, int errorIndex);
     bool sendRefusal(LCMPResponse& response, unsigned int result, int errorIndex);
 
-    enum class Applied { response, ami };
-    bool applyTlvs(const LCMPMessage& message, int length, const char* data, Applied from,
+    static std::vector<LcmpProperty*> propertiesOf(const std::vector<LcmpObject*>& objects);
+    bool sendProperties(unsigned char action, const std::vector<LcmpProperty*>& properties);
+
+    bool applyTlvs(const LCMPMessage& message, int length, const char* data, Source source,
                    std::vector<LcmpProperty*>& accepted);
-    bool applyTlv(const char* element, int space, Applied from, std::vector<LcmpProperty*>& accepted);
-    bool send(unsigned char action, const std::vector<LcmpProperty*>& properties);
-    bool send(unsigned char action, const std::vector<LcmpObject*>& objects);
+    bool applyTlv(const lcmpdetail::ElementView& element, Source source,
+                  std::vector<LcmpProperty*>& accepted);
+    static bool acceptsElement(LcmpProperty& property, const lcmpdetail::ElementView& element, Source source);
+    static const char* operationName(Source source);
 
     void sendPendingAmi();
+    void flushPendingAmi();
 
     LegacyList m_refusedLegacy;  // of the last request that failed verification
 };

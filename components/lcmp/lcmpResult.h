@@ -14,14 +14,14 @@ enum LcmpResult : unsigned int {
     RESULT_GENERAL_ERROR = 5,              ///< The application's own check refused a legacy element.
     RESULT_WRONG_TYPE = 6,                 ///< The element's type differs from the variable's.
     RESULT_WRONG_OID = 7,                  ///< The element's OID is invalid or not the variable's.
-    RESULT_WRONG_LEN = 8,                  ///< The element's length differs from the variable's, or runs past the frame.
-    RESULT_WRONG_VALUE = 9,                ///< The variable's value check refused the value.
-    RESULT_READ_ONLY = 10,                 ///< A write to a read-only variable.
-    RESULT_TOO_LONG = 11,                  ///< The answer would exceed 1200 bytes.
-    RESULT_CANNOT_EXEC = 12,               ///< The application could not carry the request out.
-    RESULT_WRONG_MAGIC = 13,               ///< The frame does not begin with "OTN1". Never sent.
-    RESULT_NOT_RECEIVED = 14,              ///< For applications: no answer came.
-    RESULT_NOT_SEND = 15                   ///< For applications: the request did not leave.
+    RESULT_WRONG_LEN = 8,      ///< The element's length differs from the variable's, or runs past the frame.
+    RESULT_WRONG_VALUE = 9,    ///< The variable's value check refused the value.
+    RESULT_READ_ONLY = 10,     ///< A write to a read-only variable.
+    RESULT_TOO_LONG = 11,      ///< The answer would exceed 1200 bytes.
+    RESULT_CANNOT_EXEC = 12,   ///< The application could not carry the request out.
+    RESULT_WRONG_MAGIC = 13,   ///< The frame does not begin with "OTN1". Never sent.
+    RESULT_NOT_RECEIVED = 14,  ///< For applications: no answer came.
+    RESULT_NOT_SEND = 15       ///< For applications: the request did not leave.
 };
 
 /// The display name of a result code, "RESULT OK" to "RESULT NOT SEND". The codes 16 (peer table full) and

@@ -19,12 +19,12 @@ enum LcmpTlvType {
     INT32 = 5,
     INT16 = 6,
     INT8 = 7,
-    BOOLEAN = 8,        ///< One byte; any other than 0 is true.
-    STRING = 9,         ///< Bytes without a terminating NUL.
-    IPv4ADDRESS = 10,   ///< 32 bits, the first octet the most significant.
-    UNIX_TIME = 11,     ///< Signed 64-bit seconds since 1970-01-01 UTC.
+    BOOLEAN = 8,       ///< One byte; any other than 0 is true.
+    STRING = 9,        ///< Bytes without a terminating NUL.
+    IPv4ADDRESS = 10,  ///< 32 bits, the first octet the most significant.
+    UNIX_TIME = 11,    ///< Signed 64-bit seconds since 1970-01-01 UTC.
     BYTE_ARRAY = 12,
-    MAC_ADDRESS = 13    ///< Raw bytes, six where a MAC address property sent them.
+    MAC_ADDRESS = 13  ///< Raw bytes, six where a MAC address property sent them.
 };
 
 /// The name of a type code as its enumerator is spelled; "unknown" above 13. Never null; lives for ever.
@@ -45,7 +45,7 @@ struct __attribute__((packed)) lcmp_tlv {
 /// bytes, so that every fixed-width access stays inside it whatever `len` says. It is kept for as long as
 /// new values are no longer than `len`, and replaced when one is.
 ///
-/// Nothing throws. A failed allocation is one ERROR line "malloc failed!" and leaves `val` null.
+/// Nothing throws. A failed allocation is one ERROR line and leaves `val` null.
 class LCMP_API LCMPTlv : public lcmp_tlv {
 public:
     /// Everything zero: no value.

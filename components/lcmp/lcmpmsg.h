@@ -20,6 +20,11 @@
 class LcmpProperty;
 class LcmpProtocolBase;
 
+namespace lcmpdetail {
+struct ByteView;
+struct ElementView;
+}  // namespace lcmpdetail
+
 /// What a message asks for or carries.
 enum LcmpAction : std::uint8_t {
     LCMP_ACTION_READ = 1,
@@ -51,9 +56,9 @@ public:
     /// frame has getHeaderSize() + sizeOfTlvs() bytes.
     int serialize(char* buf, int size) const;
 
-    /// Takes the header from a received frame and returns a result code: 0, 13 wrong magic, 1 wrong version, 4
-    /// wrong action, 8 too short for the kind's header; one log line for each but 0. Keeps `buf`, which must
-    /// outlive every later checkTlvs and deserializeTlvs. The property list is not touched.
+    /// Takes the header from a received frame and returns a result code: 0, 13 wrong magic, 1 wrong version,
+    /// 4 wrong action, 8 too short for the kind's header; one log line for each but 0. Keeps `buf`, which
+    /// must outlive every later checkTlvs and deserializeTlvs. The property list is not touched.
     int deserialize(const char* buf, int len);
 
     bool checkMagicNbr() const;
@@ -100,13 +105,14 @@ protected:
     LCMPMessage(std::int32_t kind, std::int32_t headerSize, const std::string& peer);
 
 private:
-    unsigned int checkTlv(LcmpProperty& property, const char* element, int space,
+    lcmpdetail::ByteView receivedElements() const;
+    unsigned int checkTlv(LcmpProperty& property, const lcmpdetail::ElementView& element,
                           LcmpProtocolBase* endpoint) const;
     bool elementsFit() const;
     bool storeTlvs(LcmpProtocolBase* endpoint);
     bool reportUpdated() const;
 
-    std::int32_t m_kind;
+    [[maybe_unused]] std::int32_t m_kind;
     std::int32_t m_headerSize;
     const char* m_received = nullptr;
     std::int32_t m_receivedLength = 0;

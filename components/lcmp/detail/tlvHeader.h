@@ -17,7 +17,9 @@ struct TlvHeader {
 };
 
 inline char* putTlvHeader(char* p, const TlvHeader& header) {
-    p = putU32(p, header.oid);  p = putU8(p, header.type);  return putU16(p, header.length);
+    p = putU32(p, header.oid);
+    p = putU8(p, header.type);
+    return putU16(p, header.length);
 }
 
 inline TlvHeader getTlvHeader(const char* p) {
@@ -27,10 +29,19 @@ inline TlvHeader getTlvHeader(const char* p) {
 /// Bytes of a value that the codec moves as one word; 0 for types that are copied byte by byte.
 constexpr unsigned int wordWidth(unsigned int type) {
     switch (type) {
-        case UINT64: case INT64: case UNIX_TIME: return 8;
-        case UINT32: case INT32: case IPv4ADDRESS: return 4;
-        case UINT16: case INT16: return 2;
-        default: return 0;
+        case UINT64:
+        case INT64:
+        case UNIX_TIME:
+            return 8;
+        case UINT32:
+        case INT32:
+        case IPv4ADDRESS:
+            return 4;
+        case UINT16:
+        case INT16:
+            return 2;
+        default:
+            return 0;
     }
 }
 
@@ -38,9 +49,14 @@ constexpr unsigned int wordWidth(unsigned int type) {
 /// take what is declared.
 constexpr int takenWidth(unsigned int type) {
     switch (type) {
-        case UINT8: case INT8: case BOOLEAN: return 1;
-        case MAC_ADDRESS: return 6;
-        default: return static_cast<int>(wordWidth(type));
+        case UINT8:
+        case INT8:
+        case BOOLEAN:
+            return 1;
+        case MAC_ADDRESS:
+            return 6;
+        default:
+            return static_cast<int>(wordWidth(type));
     }
 }
 

@@ -1,0 +1,212 @@
+#include "lcmpAddressProperty.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <iomanip>
+#include <sstream>
+
+#include "detail/bytes.h"
+#include "detail/log.h"
+#include "detail/tlvHeader.h"
+
+using namespace lcmpdetail;
+
+// ---------------------------------------------------------------- MAC address
+
+MacAddressProperty::MacAddressProperty(unsigned int id, const char* name, IfcCardVarAccessType access,
+                                       unsigned char* mac, bool eventable)
+    : LcmpProperty(id, name, access, eventable) {
+    if (mac == nullptr)
+        return;
+    std::copy_n(mac, macSize, m_octets.begin());
+    std::copy_n(mac, macSize, m_octets.begin() + macSize);
+}
+
+MacAddressProperty::MacAddressProperty(unsigned int id, const char* name, IfcCardVarAccessType access,
+                                       std::string mac, bool eventable)
+    : LcmpProperty(id, name, access, eventable) {
+    if (mac.empty())
+        return;
+    unsigned int field[macSize];
+    const int fields = std::sscanf(mac.c_str(), "%x:%x:%x:%x:%x:%x", &field[0], &field[1], &field[2],
+                                   &field[3], &field[4], &field[5]);
+    if (fields != static_cast<int>(macSize)) {
+        LCMP_ERROR("[%s] Invalid default value (%s). Default set to 0.\n", getName().c_str(), mac.c_str());
+        return;
+    }
+    for (unsigned int i = 0; i < macSize; ++i)
+        m_octets[i] = m_octets[macSize + i] = static_cast<unsigned char>(field[i]);
+}
+
+void MacAddressProperty::setToDefault() {
+    std::copy_n(m_octets.begin() + macSize, macSize, m_octets.begin());
+}
+
+bool MacAddressProperty::isDefault() {
+    return std::equal(m_octets.begin(), m_octets.begin() + macSize, m_octets.begin() + macSize);
+}
+
+int MacAddressProperty::serialize(char* buffer, int size) {
+    char* value = startElement(buffer, size, macSize, getType());
+    if (value == nullptr)
+        return -1;
+    std::memcpy(value, m_octets.data(), macSize);
+    return tlvHeaderSize + static_cast<int>(macSize);
+}
+
+int MacAddressProperty::deserialize(const char* buffer) {
+    std::memcpy(m_octets.data(), buffer + tlvHeaderSize, macSize);
+    return tlvHeaderSize + getTlvHeader(buffer).length;
+}
+
+unsigned int MacAddressProperty::length() {
+    return macSize;
+}
+
+int MacAddressProperty::getType() {
+    return MAC_ADDRESS;
+}
+
+void MacAddressProperty::get(unsigned char* out) {
+    std::copy_n(m_octets.begin(), macSize, out);
+}
+
+void MacAddressProperty::set(unsigned char* data, unsigned int length) {
+    if (data == nullptr)
+        return;
+    // Raised by an equal address and by no other: receivers count on it.
+    if (length >= macSize && std::equal(data, data + macSize, m_octets.begin()))
+        markEvent();
+    std::copy_n(data, std::min<std::size_t>(length, m_octets.size()), m_octets.begin());
+}
+
+namespace {
+
+std::string octetsAsText(const unsigned char* octets, unsigned int count) {
+    std::ostringstream text;
+    text << std::hex << std::setfill('0');
+    for (unsigned int i = 0; i < count; ++i)
+        text << std::setw(2) << static_cast<unsigned int>(octets[i]) << ' ';
+    return text.str();
+}
+
+}  // namespace
+
+std::string MacAddressProperty::str() const {
+    return lineHead() + "   " + octetsAsText(m_octets.data(), macSize) +
+           " (def = " + octetsAsText(m_octets.data() + macSize, macSize) + ")\n";
+}
+
+// ---------------------------------------------------------------- IPv4 address
+
+IpAddressProperty::IpAddressProperty(unsigned int id, const char* name, IfcCardVarAccessType access,
+                                     unsigned int ip, bool eventable)
+    : LcmpProperty(id, name, access, eventable), m_value(ip), m_default(ip) {}
+
+IpAddressProperty::IpAddressProperty(unsigned int id, const char* name, IfcCardVarAccessType access,
+                                     std::string ip, bool eventable)
+    : LcmpProperty(id, name, access, eventable) {
+    char octets[4];  // the platform gives them in the order of the text, which is the wire's
+    if (inet_pton(AF_INET, ip.c_str(), octets) != 1) {
+        LCMP_ERROR("[%s] Invalid default value (%s). Default set to 0.\n", getName().c_str(), ip.c_str());
+        return;
+    }
+    m_value = m_default = getU32(octets);
+}
+
+void IpAddressProperty::setToDefault() {
+    m_value = m_default;
+}
+
+bool IpAddressProperty::isDefault() {
+    return m_value == m_default;
+}
+
+int IpAddressProperty::serialize(char* buffer, int size) {
+    char* value = startElement(buffer, size, length(), getType());
+    if (value == nullptr)
+        return -1;
+    return static_cast<int>(putU32(value, m_value) - buffer);
+}
+
+int IpAddressProperty::deserialize(const char* buffer) {
+    m_value = getU32(buffer + tlvHeaderSize);
+    return tlvHeaderSize + getTlvHeader(buffer).length;
+}
+
+unsigned int IpAddressProperty::length() {
+    return sizeof m_value;
+}
+
+int IpAddressProperty::getType() {
+    return IPv4ADDRESS;
+}
+
+void IpAddressProperty::get(unsigned int* out) {
+    *out = m_value;
+}
+
+void IpAddressProperty::set(unsigned int value) {
+    if (value != m_value)
+        markEvent();
+    m_value = value;
+}
+
+std::string IpAddressProperty::str() const {
+    std::ostringstream text;
+    text << lineHead() << std::hex << std::setw(10) << m_value << "(def = " << m_default << ")\n";
+    return text.str();
+}
+
+// ---------------------------------------------------------------- time
+
+UnixTimeProperty::UnixTimeProperty(unsigned int id, const char* name, IfcCardVarAccessType access,
+                                   long long time, bool eventable)
+    : LcmpProperty(id, name, access, eventable), m_value(time), m_default(time) {}
+
+void UnixTimeProperty::setToDefault() {
+    m_value = m_default;
+}
+
+bool UnixTimeProperty::isDefault() {
+    return m_value == m_default;
+}
+
+int UnixTimeProperty::serialize(char* buffer, int size) {
+    char* value = startElement(buffer, size, length(), getType());
+    if (value == nullptr)
+        return -1;
+    return static_cast<int>(putU64(value, static_cast<std::uint64_t>(m_value)) - buffer);
+}
+
+int UnixTimeProperty::deserialize(const char* buffer) {
+    m_value = static_cast<long long>(getU64(buffer + tlvHeaderSize));
+    return tlvHeaderSize + getTlvHeader(buffer).length;
+}
+
+unsigned int UnixTimeProperty::length() {
+    return sizeof m_value;
+}
+
+int UnixTimeProperty::getType() {
+    return UNIX_TIME;
+}
+
+void UnixTimeProperty::get(long long* out) {
+    *out = m_value;
+}
+
+void UnixTimeProperty::set(long long value) {
+    if (value != m_value)
+        markEvent();
+    m_value = value;
+}
+
+std::string UnixTimeProperty::str() const {
+    std::ostringstream text;
+    text << lineHead() << std::setw(20) << m_value << "(def = " << m_default << ")\n";
+    return text.str();
+}

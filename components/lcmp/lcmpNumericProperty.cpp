@@ -1,0 +1,156 @@
+#include "lcmpNumericProperty.h"
+
+#include <iomanip>
+#include <sstream>
+
+#include "detail/log.h"
+#include "detail/tlvHeader.h"
+
+using namespace lcmpdetail;
+
+namespace {
+
+template <typename T>
+constexpr int typeCode() {
+    if (std::is_same_v<T, bool>)
+        return BOOLEAN;
+    constexpr int widest = std::is_signed_v<T> ? INT64 : UINT64;  // each half of the codes goes down by width
+    return sizeof(T) == 8 ? widest : sizeof(T) == 4 ? widest + 1 : sizeof(T) == 2 ? widest + 2 : widest + 3;
+}
+
+// 8-bit values are numbers in a property's line, never characters.
+template <typename T>
+auto asNumber(T value) {
+    return +value;
+}
+
+}  // namespace
+
+template <typename T>
+TypeProperty<T>::TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,
+                              TypeValueCheck* check, bool eventable)
+    : LcmpProperty(id, name, access, eventable), m_value(def), m_default(def), m_check(check) {}
+
+template <typename T>
+TypeProperty<T>::TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,
+                              TypeValueCheck* check)
+    : TypeProperty(id, name, access, def, check, false) {}
+
+template <typename T>
+TypeProperty<T>::TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,
+                              bool eventable)
+    : TypeProperty(id, name, access, def, nullptr, eventable) {}
+
+template <typename T>
+TypeProperty<T>::TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def)
+    : TypeProperty(id, name, access, def, nullptr, false) {}
+
+template <typename T>
+TypeProperty<T>::~TypeProperty() {
+    delete m_check;
+}
+
+template <typename T>
+void TypeProperty<T>::setToDefault() {
+    m_value = m_default;
+}
+
+template <typename T>
+bool TypeProperty<T>::isDefault() {
+    return static_cast<T>(m_value) == m_default;
+}
+
+template <typename T>
+int TypeProperty<T>::serialize(char* buffer, int size) {
+    char* value = startElement(buffer, size, length(), getType());
+    if (value == nullptr)
+        return -1;
+    putWord(value, static_cast<std::uint64_t>(m_value), sizeof(T));
+    return static_cast<int>(tlvHeaderSize + sizeof(T));
+}
+
+// The element is taken as it stands, whatever OID, type and length it declares: checkBuffer judges.
+template <typename T>
+int TypeProperty<T>::deserialize(const char* buffer) {
+    m_value = static_cast<Stored>(getWord(buffer + tlvHeaderSize, sizeof(T)));
+    return tlvHeaderSize + getTlvHeader(buffer).length;
+}
+
+template <typename T>
+unsigned int TypeProperty<T>::length() {
+    return sizeof(T);
+}
+
+template <typename T>
+int TypeProperty<T>::getType() {
+    return typeCode<T>();
+}
+
+template <typename T>
+bool TypeProperty<T>::validValue(const char* value, int length) {
+    if (length < 0)
+        return false;
+    if (m_check == nullptr)
+        return true;
+    LCMP_DEBUG2("[%s] will be checked for valid value", str().c_str());
+    return m_check->checkValue(static_cast<T>(getWord(value, sizeof(T))));
+}
+
+template <typename T>
+void TypeProperty<T>::get(T* out) {
+    *out = static_cast<T>(m_value);
+}
+
+template <typename T>
+void TypeProperty<T>::set(T value) {
+    if (value != static_cast<T>(m_value))
+        markEvent();
+    m_value = value;
+}
+
+template <typename T>
+std::string TypeProperty<T>::str() const {
+    std::ostringstream text;
+    text << lineHead() << std::setw(20) << asNumber(static_cast<T>(m_value))
+         << "  (def = " << asNumber(m_default) << (isEventable() ? ", eventable" : "") << ")\n";
+    return text.str();
+}
+
+template <typename T>
+RangeCheckValue<T>::RangeCheckValue(T min, T max) : m_min(min), m_max(max) {}
+
+namespace {
+
+template <typename T>
+std::string rangeCheckText(T min, T max, T value) {
+    std::ostringstream text;
+    text << "checking value is valid with min:" << min << " and max:" << max << " and value " << value;
+    return text.str();
+}
+
+}  // namespace
+
+template <typename T>
+bool RangeCheckValue<T>::checkValue(T value) {
+    LCMP_DEBUG1("%s", rangeCheckText(m_min, m_max, value).c_str());
+    return m_min <= value && value <= m_max;
+}
+
+template class TypeProperty<unsigned long long>;
+template class TypeProperty<unsigned int>;
+template class TypeProperty<unsigned short>;
+template class TypeProperty<unsigned char>;
+template class TypeProperty<long long>;
+template class TypeProperty<int>;
+template class TypeProperty<short>;
+template class TypeProperty<signed char>;
+template class TypeProperty<bool>;
+
+template class RangeCheckValue<unsigned long long>;
+template class RangeCheckValue<unsigned int>;
+template class RangeCheckValue<unsigned short>;
+template class RangeCheckValue<unsigned char>;
+template class RangeCheckValue<long long>;
+template class RangeCheckValue<int>;
+template class RangeCheckValue<short>;
+template class RangeCheckValue<signed char>;

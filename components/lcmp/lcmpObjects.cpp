@@ -1,0 +1,175 @@
+#include "lcmpObjects.h"
+
+#include <sstream>
+#include <utility>
+
+#include "detail/log.h"
+#include "detail/oidLayout.h"
+#include "lcmpProperty.h"
+
+using namespace lcmpdetail;
+
+LcmpObject::LcmpObject(std::string name, ifcCard::IfcCardObjectType type, unsigned int id, bool common,
+                       unsigned int rows)
+    : m_type(type), m_name(std::move(name)), m_id(id), m_common(common), m_rowCount(rows) {
+    m_rows.reserve(rows);
+    for (unsigned int row = 0; row < rows; ++row)
+        m_rows.push_back(std::make_unique<Row>());
+}
+
+LcmpObject::~LcmpObject() {
+    for (LcmpProperty* property : getProperties())
+        delete property;
+}
+
+bool LcmpObject::update(LcmpProperty* /*property*/, unsigned int /*row*/) {
+    return true;
+}
+
+bool LcmpObject::updated(LcmpProperty* /*property*/, unsigned int /*row*/) {
+    return true;
+}
+
+bool LcmpObject::addProp(LcmpProperty* property, unsigned int row) {
+    if (property == nullptr) {
+        LCMP_ERROR("[%s] Property == NULL", m_name.c_str());
+        return false;
+    }
+    if (row >= m_rowCount)
+        return false;
+    Row& properties = *m_rows[row];
+    if (property->m_owner != nullptr || properties.count(property->m_id) != 0) {
+        LCMP_ERROR("[%s] Property %d already added", m_name.c_str(), property->m_id);
+        return false;
+    }
+    property->m_row = row;
+    properties.emplace(property->m_id, property);
+    LCMP_DEBUG3("[%s] Property %d added for row %d", m_name.c_str(), property->m_id, row);
+    property->m_owner = this;
+    return true;
+}
+
+LcmpProperty* LcmpObject::getProp(unsigned int id, unsigned int row) {
+    if (row < m_rowCount) {
+        const auto found = m_rows[row]->find(id);
+        if (found != m_rows[row]->end()) {
+            LCMP_DEBUG3("[%s] Property %d for row %d found", m_name.c_str(), id, row);
+            return found->second;
+        }
+    }
+    LCMP_ERROR("[%s] Could not find property %d for row %d", m_name.c_str(), id, row);
+    return nullptr;
+}
+
+std::vector<LcmpProperty*> LcmpObject::getPropertiesOfRow(int row) {
+    std::vector<LcmpProperty*> properties;
+    if (static_cast<unsigned int>(row) >= m_rowCount) {
+        LCMP_ERROR("[%s] trying to get properties of not existing row %i, size is claimed %i", m_name.c_str(),
+                   row, m_rowCount);
+        return properties;
+    }
+    for (const auto& entry : *m_rows[static_cast<unsigned int>(row)])
+        properties.push_back(entry.second);
+    return properties;
+}
+
+std::vector<LcmpProperty*> LcmpObject::getProperties() const {
+    std::vector<LcmpProperty*> properties;
+    for (const auto& row : m_rows) {
+        for (const auto& entry : *row)
+            properties.push_back(entry.second);
+    }
+    return properties;
+}
+
+std::vector<LcmpProperty*> LcmpObject::getPropertiesToEvent() const {
+    std::vector<LcmpProperty*> properties;
+    for (const auto& row : m_rows) {
+        for (const auto& entry : *row) {
+            if (entry.second->sendEvent())
+                properties.push_back(entry.second);
+        }
+    }
+    return properties;
+}
+
+bool LcmpObject::updateAll() {
+    for (LcmpProperty* property : getProperties())
+        update(property, property->getRow());
+    return true;
+}
+
+void LcmpObject::setToDefault() {
+    for (LcmpProperty* property : getProperties())
+        property->setToDefault();
+}
+
+bool LcmpObject::isValidObjectId(unsigned int oid) {
+    return getPropFromOID(oid) != nullptr;
+}
+
+std::string LcmpObject::str(int firstRow, int maxRows) const {
+    const unsigned int first = firstRow > 0 ? static_cast<unsigned int>(firstRow) : 0;
+    unsigned int rowsLeft = maxRows > 0 ? static_cast<unsigned int>(maxRows) : m_rowCount;
+    std::ostringstream text;
+    text << m_id << " (size = " << m_rowCount << ")\n---------------------------\n";
+    for (unsigned int row = first; row < m_rowCount && rowsLeft > 0; ++row, --rowsLeft) {
+        text << "\nProperties for row " << row << ":\n";
+        for (const auto& entry : *m_rows[row])
+            text << entry.second->str();
+    }
+    text << "\n";
+    return text.str();
+}
+
+// ---------------------------------------------------------------- table
+
+LcmpTable::LcmpTable(std::string name, unsigned int id, bool common, unsigned int rows)
+    : LcmpObject(std::move(name), ifcCard::IFC_CARD_OBJECT_TABLE, id, common, rows) {}
+
+std::string LcmpTable::getObjectTypeStr() const {
+    return "Table";
+}
+
+unsigned int LcmpTable::getOID(unsigned int column, unsigned int row) {
+    return tableOid(getId(), column, row, isCommon());
+}
+
+LcmpProperty* LcmpTable::getPropFromOID(unsigned int oid) {
+    const bool mine = oidKind(oid) == tableKind && getObjectType() == ifcCard::IFC_CARD_OBJECT_TABLE &&
+                      tableId(oid) == getId() && oidCommon(oid) == isCommon();
+    LcmpProperty* property = mine ? getProp(tableColumn(oid), tableRow(oid)) : nullptr;
+    LCMP_DEBUG3("[%s] %s object id %#x for table %d", getName().c_str(),
+                property != nullptr ? "Valid" : "Invalid", oid, getId());
+    return property;
+}
+
+std::string LcmpTable::str(int firstRow, int maxRows) const {
+    return "\nTable : " + LcmpObject::str(firstRow, maxRows);
+}
+
+// ---------------------------------------------------------------- scalar
+
+LcmpScalar::LcmpScalar(std::string name, unsigned int id, bool common, unsigned int rows)
+    : LcmpObject(std::move(name), ifcCard::IFC_CARD_OBJECT_SCALAR, id, common, rows) {}
+
+std::string LcmpScalar::getObjectTypeStr() const {
+    return "Scalar";
+}
+
+unsigned int LcmpScalar::getOID(unsigned int variableId, unsigned int /*row*/) {
+    return scalarOid(getId(), variableId, isCommon());
+}
+
+LcmpProperty* LcmpScalar::getPropFromOID(unsigned int oid) {
+    const bool mine = oidKind(oid) == scalarKind && getObjectType() == ifcCard::IFC_CARD_OBJECT_SCALAR &&
+                      validScalar(oid) && scalarGroup(oid) == getId() && oidCommon(oid) == isCommon();
+    LcmpProperty* property = mine ? getProp(scalarVariable(oid), 0) : nullptr;
+    LCMP_DEBUG3("[%s] %s object id %#x for scalar %d", getName().c_str(),
+                property != nullptr ? "Valid" : "Invalid", oid, getId());
+    return property;
+}
+
+std::string LcmpScalar::str(int firstRow, int maxRows) const {
+    return "\nScalar : " + LcmpObject::str(firstRow, maxRows);
+}

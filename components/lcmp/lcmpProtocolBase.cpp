@@ -1,0 +1,212 @@
+// The endpoint's core: construction, registration, the receive dispatch, message ids.
+#include "lcmpProtocolBase.h"
+
+#include <arpa/inet.h>
+
+#include <cstdio>
+#include <sstream>
+
+#include "detail/log.h"
+#include "detail/peerTable.h"
+
+using namespace lcmpdetail;
+
+namespace {
+
+constexpr int smallestFrame = 8;  // bytes: the header that every kind begins with
+
+constexpr std::uint8_t peerTableFull = 16;
+constexpr std::uint8_t peerNotIpv4 = 17;
+
+}  // namespace
+
+LcmpProtocolBase::LcmpProtocolBase() : LcmpProtocolBase(true) {}
+
+LcmpProtocolBase::LcmpProtocolBase(bool errorReplies)
+    : sendErrorReplies(errorReplies), eventTables{}, reserved(0), lastMessageId(0) {
+    static_assert(maxPeers == peerCount, "one limit, told to users and kept by the table");
+    // The base's own initEventsCore: a subclass is not there yet, and calls initEvents itself.
+    initEvents();
+}
+
+LcmpProtocolBase::~LcmpProtocolBase() {
+    deleteEventTables();
+}
+
+bool LcmpProtocolBase::initEventsCore() {
+    LCMP_DEBUG1("created no event tables because subclass did not provided method");
+    return true;
+}
+
+bool LcmpProtocolBase::handleLcmpMsgOld(OldStyleProperty* /*prop*/, bool /*write*/) {
+    return false;
+}
+
+std::uint8_t LcmpProtocolBase::checkTlvOld(OldStyleProperty* /*prop*/, bool /*write*/) const {
+    return RESULT_GENERAL_ERROR;
+}
+
+bool LcmpProtocolBase::eventHandlerOld(LCMPTlv* /*oldValue*/, LCMPTlv* /*newValue*/, bool /*sendNow*/) {
+    return false;
+}
+
+std::uint16_t LcmpProtocolBase::getNewMessageId() {
+    return ++lastMessageId;
+}
+
+bool LcmpProtocolBase::amiMessageHandler(std::vector<LcmpProperty*> /*props*/) {
+    return false;
+}
+
+bool LcmpProtocolBase::initEvents() {
+    if (initEventsCore())
+        return true;
+    deleteEventTables();
+    return false;
+}
+
+void LcmpProtocolBase::deleteEventTables() {
+    for (EventValueTable*& table : eventTables) {
+        delete table;
+        table = nullptr;
+    }
+}
+
+void LcmpProtocolBase::registerObject(LcmpObject* obj) {
+    lcmpObjects.push_back(obj);
+}
+
+LcmpProtocolBase::Found LcmpProtocolBase::findProperty(unsigned int oid) const {
+    for (LcmpObject* object : lcmpObjects) {
+        if (object == nullptr)
+            continue;
+        if (LcmpProperty* property = object->getPropFromOID(oid))
+            return {property, object};
+    }
+    return {nullptr, nullptr};
+}
+
+// ---------------------------------------------------------------- receiving
+
+bool LcmpProtocolBase::handleLcmpMsg(int length, const char* data, const char* peer) {
+    const std::string peerAddress = peer != nullptr ? peer : "";
+    LCMP_DEBUG2("handling lcmp msg of length %i", length);
+    if (length < smallestFrame) {
+        LCMP_ERROR("received message is to small for even a message header!");
+        return false;
+    }
+    LCMPMessage message(peerAddress);
+    LCMPResponse response(peerAddress);
+    const auto result = static_cast<unsigned int>(message.deserialize(data, length));
+    response.setAction(message.getAction() == LCMP_ACTION_READ ? LCMP_ACTION_READ_RESPONSE
+                                                               : LCMP_ACTION_WRITE_RESPONSE);
+    response.setMessageId(message.getMessageId());
+    response.setResult(result);
+    LCMP_DEBUG2("LCMP message: id %u, action %d, length %d", message.getMessageId(), message.getAction(),
+                length);
+
+    switch (result) {
+        case RESULT_INVALID_ACTION:
+            LCMP_ERROR("invalid action received!");
+            return sendErrorReplies && sendMessage(&response);
+        case RESULT_WRONG_MAGIC:
+            // Not a frame of this protocol, so nothing that went wrong with it.
+            LCMP_DEBUG1("magic number is incorrect!, returning true");
+            return true;
+        case RESULT_PROTOCOL_VERSION_MISMATCH:
+            LCMP_ERROR("protocol mismatch!");
+            return sendErrorReplies && sendMessage(&response);
+        default:
+            return dispatch(message.getAction(), length, data, response);
+    }
+}
+
+bool LcmpProtocolBase::dispatch(std::uint8_t action, int length, const char* data, LCMPResponse& response) {
+    switch (action) {
+        case LCMP_ACTION_READ:
+        case LCMP_ACTION_WRITE:
+            return handleRequest(length, data, response);
+        case LCMP_ACTION_READ_RESPONSE:
+        case LCMP_ACTION_WRITE_RESPONSE:
+            return handleResponse(length, data);
+        case LCMP_ACTION_AMI:
+            return handleAmi(length, data);
+        default:
+            return false;
+    }
+}
+
+// ---------------------------------------------------------------- message ids
+
+std::uint8_t LcmpProtocolBase::checkMsgId(const LCMPMessage* msg, std::string peer) {
+    LCMP_DEBUG3("IpAdress being verified : %s\n", peer.c_str());
+    if (peer.empty()) {
+        LCMP_WARNING("IP Address received is NULL");
+    } else {
+        in_addr address;
+        if (inet_pton(AF_INET, peer.c_str(), &address) != 1)
+            return peerNotIpv4;
+    }
+    PeerTable::Peer* known = peerTable().find(peer);
+    if (known == nullptr) {
+        LCMP_WARNING("Total IP contexts that can be verified is %d", maxPeers);
+        return peerTableFull;
+    }
+    const std::uint16_t id = msg->getMessageId();
+    if (!known->seen) {
+        known->seen = true;
+        known->lastId = id;
+        return RESULT_OK;
+    }
+    if (id == known->lastId) {
+        LCMP_WARNING("Duplicate message msgId=%d", id);
+        return RESULT_DUPLICATE_MSG;
+    }
+    const int expected = known->lastId + 1;
+    known->lastId = id;
+    if (static_cast<std::uint16_t>(expected) == id)
+        return RESULT_OK;
+    // Shown as counted: after 65535 the range begins with 65536.
+    LCMP_WARNING("Messages with msgId in range %d -> %d were lost", expected, id);
+    return RESULT_LOST_MSG;
+}
+
+// ---------------------------------------------------------------- hex dump
+
+namespace {
+
+constexpr unsigned int bytesPerDumpLine = 8;
+
+bool isPrintable(unsigned char byte) {
+    return byte >= 0x20 && byte <= 0x7E;
+}
+
+std::string dumpLine(const unsigned char* data, unsigned int offset, unsigned int count) {
+    char part[16];
+    std::snprintf(part, sizeof part, "%04d: ", static_cast<int>(offset));
+    std::string line = part;
+    std::string characters = "| ";
+    for (unsigned int i = 0; i < bytesPerDumpLine; ++i) {
+        if (i >= count) {
+            line += "   ";
+            continue;
+        }
+        const unsigned char byte = data[offset + i];
+        std::snprintf(part, sizeof part, "%02X ", byte);
+        line += part;
+        characters += isPrintable(byte) ? static_cast<char>(byte) : '.';
+    }
+    return line + characters + "\n";
+}
+
+}  // namespace
+
+void LcmpProtocolBase::dump_hex(const unsigned char* data, unsigned int length) {
+    std::ostringstream lines;
+    for (unsigned int offset = 0; offset < length;) {
+        const unsigned int count = length - offset < bytesPerDumpLine ? length - offset : bytesPerDumpLine;
+        lines << dumpLine(data, offset, count);
+        offset += count;
+    }
+    std::printf("\n hex dump\n%s", lines.str().c_str());
+}

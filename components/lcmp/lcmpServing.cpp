@@ -1,0 +1,112 @@
+// The endpoint serves read and write requests.
+#include <utility>
+
+#include "detail/log.h"
+#include "detail/tlvWalk.h"
+#include "lcmpProtocolBase.h"
+
+using namespace lcmpdetail;
+
+namespace {
+
+// The position of the first element that does not fit into the frame; -1 when all do.
+int findMisfit(ByteView rest) {
+    int index = 0;
+    for (ElementView element; takeElement(rest, element);)
+        ++index;
+    return rest.left == 0 ? -1 : index;
+}
+
+}  // namespace
+
+bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse& response) {
+    LCMPRequest request(response.getPeerAddress());
+    const auto headerResult = static_cast<unsigned int>(request.deserialize(data, length));
+    if (headerResult == RESULT_WRONG_LEN)
+        return false;
+    response.setResult(headerResult);
+    // Served even so: a duplicate or a gap is reported in the response, never refused.
+    response.setResult(checkMsgId(&request, response.getPeerAddress()));
+
+    const ByteView elements{data + request.getHeaderSize(), length - request.getHeaderSize()};
+    const int misfit = findMisfit(elements);
+    if (misfit >= 0) {
+        LCMP_ERROR("element %d does not fit into the request of %d bytes", misfit, length);
+        return sendRefusal(response, RESULT_WRONG_LEN, misfit);
+    }
+    LegacyList legacy;
+    resolveTlvs(length, data, request, legacy);
+
+    int faultIndex = 0;
+    const unsigned int fault = request.checkTlvs(faultIndex, this);
+    if (fault != RESULT_OK) {
+        m_refusedLegacy = std::move(legacy);
+        return sendRefusal(response, fault, faultIndex);
+    }
+    const bool write = request.getAction() == LCMP_ACTION_WRITE;
+    LCMP_DEBUG3("LCMP %s message: length %d, %d tlvs", write ? "Write" : "Read", length,
+                request.countTlvs(0));
+    if (write)
+        serveWrite(request, response);
+    else
+        serveRead(request, legacy, response);
+
+    const bool sent = sendMessage(&response);
+    legacy.clear();
+    LCMP_DEBUG2("request handled: %s", sent ? "success" : "failed");
+    return sent;
+}
+
+// Finds the property of every element, and lets its owner prepare for being read or written.
+void LcmpProtocolBase::resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy) {
+    ByteView rest{data + request.getHeaderSize(), length - request.getHeaderSize()};
+    for (ElementView element; takeElement(rest, element);) {
+        const Found found = findProperty(element.header.oid);
+        if (found.property == nullptr) {
+            LCMP_DEBUG2_FOR("handleRequest",
+                            "%i not found in lcmpObjects, adding old style, making property for it\n",
+                            element.header.oid);
+            auto* raw = reinterpret_cast<lcmp_tlv*>(const_cast<char*>(element.begin));
+            legacy.push_back(std::make_unique<OldStyleProperty>(raw, false));
+            request.addProperty(legacy.back().get());
+            continue;
+        }
+        LCMP_DEBUG2_FOR("handleRequest", "prop adding: type %i, oid %x", found.property->getType(),
+                        found.property->getOid());
+        const bool succeeded = found.object->update(found.property, found.property->getRow());
+        LCMP_DEBUG2_FOR("handleRequest", "update() call %s for %s, row %d",
+                        succeeded ? "succeeded" : "failed\n", found.property->str().c_str(),
+                        found.property->getRow());
+        request.addProperty(found.property);
+    }
+}
+
+void LcmpProtocolBase::serveRead(LCMPRequest& request, const LegacyList& legacy, LCMPResponse& response) {
+    for (LcmpProperty* property : request.getProperties())
+        response.addProperty(property);
+    for (std::size_t position = 0; position < legacy.size(); ++position) {
+        if (handleLcmpMsgOld(legacy[position].get(), false))
+            continue;
+        // Counted among the legacy elements only: that is what peers expect here.
+        refuse(response, RESULT_CANNOT_EXEC, static_cast<int>(position));
+        break;
+    }
+    if (response.getHeaderSize() + response.sizeOfTlvs() > maxReadResponse)
+        refuse(response, RESULT_TOO_LONG, 0);
+}
+
+void LcmpProtocolBase::serveWrite(LCMPRequest& request, LCMPResponse& response) {
+    if (!request.deserializeTlvs(this))
+        refuse(response, RESULT_CANNOT_EXEC, 0);
+}
+
+void LcmpProtocolBase::refuse(LCMPResponse& response, unsigned int result, int errorIndex) {
+    response.setResult(result);
+    response.setErrorIndex(static_cast<std::uint16_t>(errorIndex));
+    response.clearProperties();
+}
+
+bool LcmpProtocolBase::sendRefusal(LCMPResponse& response, unsigned int result, int errorIndex) {
+    refuse(response, result, errorIndex);
+    return sendMessage(&response);
+}
