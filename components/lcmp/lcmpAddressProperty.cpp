@@ -62,17 +62,11 @@ int MacAddressProperty::deserialize(const char* buffer) {
     return tlvHeaderSize + getTlvHeader(buffer).length;
 }
 
-unsigned int MacAddressProperty::length() {
-    return macSize;
-}
+unsigned int MacAddressProperty::length() { return macSize; }
 
-int MacAddressProperty::getType() {
-    return MAC_ADDRESS;
-}
+int MacAddressProperty::getType() { return MAC_ADDRESS; }
 
-void MacAddressProperty::get(unsigned char* out) {
-    std::copy_n(m_octets.begin(), macSize, out);
-}
+void MacAddressProperty::get(unsigned char* out) { std::copy_n(m_octets.begin(), macSize, out); }
 
 void MacAddressProperty::set(unsigned char* data, unsigned int length) {
     if (data == nullptr)
@@ -117,13 +111,9 @@ IpAddressProperty::IpAddressProperty(unsigned int id, const char* name, IfcCardV
     m_value = m_default = getU32(octets);
 }
 
-void IpAddressProperty::setToDefault() {
-    m_value = m_default;
-}
+void IpAddressProperty::setToDefault() { m_value = m_default; }
 
-bool IpAddressProperty::isDefault() {
-    return m_value == m_default;
-}
+bool IpAddressProperty::isDefault() { return m_value == m_default; }
 
 int IpAddressProperty::serialize(char* buffer, int size) {
     char* value = startElement(buffer, size, length(), getType());
@@ -137,17 +127,11 @@ int IpAddressProperty::deserialize(const char* buffer) {
     return tlvHeaderSize + getTlvHeader(buffer).length;
 }
 
-unsigned int IpAddressProperty::length() {
-    return sizeof m_value;
-}
+unsigned int IpAddressProperty::length() { return sizeof m_value; }
 
-int IpAddressProperty::getType() {
-    return IPv4ADDRESS;
-}
+int IpAddressProperty::getType() { return IPv4ADDRESS; }
 
-void IpAddressProperty::get(unsigned int* out) {
-    *out = m_value;
-}
+void IpAddressProperty::get(unsigned int* out) { *out = m_value; }
 
 void IpAddressProperty::set(unsigned int value) {
     if (value != m_value)
@@ -167,13 +151,9 @@ UnixTimeProperty::UnixTimeProperty(unsigned int id, const char* name, IfcCardVar
                                    long long time, bool eventable)
     : LcmpProperty(id, name, access, eventable), m_value(time), m_default(time) {}
 
-void UnixTimeProperty::setToDefault() {
-    m_value = m_default;
-}
+void UnixTimeProperty::setToDefault() { m_value = m_default; }
 
-bool UnixTimeProperty::isDefault() {
-    return m_value == m_default;
-}
+bool UnixTimeProperty::isDefault() { return m_value == m_default; }
 
 int UnixTimeProperty::serialize(char* buffer, int size) {
     char* value = startElement(buffer, size, length(), getType());
@@ -187,17 +167,11 @@ int UnixTimeProperty::deserialize(const char* buffer) {
     return tlvHeaderSize + getTlvHeader(buffer).length;
 }
 
-unsigned int UnixTimeProperty::length() {
-    return sizeof m_value;
-}
+unsigned int UnixTimeProperty::length() { return sizeof m_value; }
 
-int UnixTimeProperty::getType() {
-    return UNIX_TIME;
-}
+int UnixTimeProperty::getType() { return UNIX_TIME; }
 
-void UnixTimeProperty::get(long long* out) {
-    *out = m_value;
-}
+void UnixTimeProperty::get(long long* out) { *out = m_value; }
 
 void UnixTimeProperty::set(long long value) {
     if (value != m_value)

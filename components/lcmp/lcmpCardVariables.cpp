@@ -14,42 +14,20 @@ namespace {
 constexpr int writable = IFC_CARD_VAR_WRITABLE;
 constexpr int readOnly = IFC_CARD_VAR_READ_ONLY;
 
-std::string text(const char* value) {
-    return value;
-}
-unsigned char byte(unsigned int value) {
-    return static_cast<unsigned char>(value);
-}
+std::string text(const char* value) { return value; }
+unsigned char byte(unsigned int value) { return static_cast<unsigned char>(value); }
 
 // ---------------------------------------------------------------- length rules: true is invalid
 
-bool notEight(unsigned int length) {
-    return length != 8;
-}
-bool notFour(unsigned int length) {
-    return length != 4;
-}
-bool notOneBoolean(unsigned int length) {
-    return length != 1;
-}
-bool notOneByte(unsigned int length) {
-    return length != 1;
-}
-bool cardTypeAbove31(unsigned int length) {
-    return length > 31;
-}
-bool textAbove31(unsigned int length) {
-    return length > 31;
-}
-bool above127(unsigned int length) {
-    return length > 127;
-}
-bool neverInvalid(unsigned int /*length*/) {
-    return false;
-}
-bool not36(unsigned int length) {
-    return length != 36;
-}
+bool notEight(unsigned int length) { return length != 8; }
+bool notFour(unsigned int length) { return length != 4; }
+bool notOneBoolean(unsigned int length) { return length != 1; }
+bool notOneByte(unsigned int length) { return length != 1; }
+bool cardTypeAbove31(unsigned int length) { return length > 31; }
+bool textAbove31(unsigned int length) { return length > 31; }
+bool above127(unsigned int length) { return length > 127; }
+bool neverInvalid(unsigned int /*length*/) { return false; }
+bool not36(unsigned int length) { return length != 36; }
 
 // ---------------------------------------------------------------- value rules: true is invalid
 
@@ -194,43 +172,19 @@ const CardVariableGroup groups[] = {
 
 }  // namespace
 
-CardVariableView lcmpIdentityVariables() {
-    return view(identity);
-}
-CardVariableView lcmpAlarmVariables() {
-    return view(alarms);
-}
-CardVariableView lcmpControlVariables() {
-    return view(control);
-}
-CardVariableView lcmpDownloadVariables() {
-    return view(download);
-}
-CardVariableView lcmpTemperatureVariables() {
-    return view(temperature);
-}
-CardVariableView lcmpVoltageVariables() {
-    return view(voltage);
-}
-CardVariableView lcmpFileServerVariables() {
-    return view(fileServer);
-}
-CardVariableView lcmpLogRetrievalVariables() {
-    return view(logRetrieval);
-}
-CardVariableView lcmpHardwareErrorVariables() {
-    return view(hardwareError);
-}
-CardVariableView lcmpOperationalAlarmVariables() {
-    return view(operationalAlarm);
-}
-CardVariableView lcmpVoltageMonitorVariables() {
-    return view(voltageMonitor);
-}
+CardVariableView lcmpIdentityVariables() { return view(identity); }
+CardVariableView lcmpAlarmVariables() { return view(alarms); }
+CardVariableView lcmpControlVariables() { return view(control); }
+CardVariableView lcmpDownloadVariables() { return view(download); }
+CardVariableView lcmpTemperatureVariables() { return view(temperature); }
+CardVariableView lcmpVoltageVariables() { return view(voltage); }
+CardVariableView lcmpFileServerVariables() { return view(fileServer); }
+CardVariableView lcmpLogRetrievalVariables() { return view(logRetrieval); }
+CardVariableView lcmpHardwareErrorVariables() { return view(hardwareError); }
+CardVariableView lcmpOperationalAlarmVariables() { return view(operationalAlarm); }
+CardVariableView lcmpVoltageMonitorVariables() { return view(voltageMonitor); }
 
-CardVariableGroupView lcmpCardVariableGroups() {
-    return {groups, sizeof groups / sizeof groups[0]};
-}
+CardVariableGroupView lcmpCardVariableGroups() { return {groups, sizeof groups / sizeof groups[0]}; }
 
 const char* lcmpCardVariableName(unsigned int oid) {
     const unsigned int kind = oidKind(oid);

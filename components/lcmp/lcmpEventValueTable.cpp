@@ -11,9 +11,7 @@ EventValueTable::EventValueTable(bool common, int size, unsigned int tableNbr)
         setValue(index, 0);
 }
 
-EventValueTable::~EventValueTable() {
-    delete[] m_values;
-}
+EventValueTable::~EventValueTable() { delete[] m_values; }
 
 unsigned long long* EventValueTable::getValuePtr(int index) {
     return hasSlot(index) ? m_values + index : nullptr;
@@ -26,6 +24,4 @@ bool EventValueTable::setValue(int index, unsigned long long value) {
     return true;
 }
 
-unsigned long long EventValueTable::getValue(int index) const {
-    return hasSlot(index) ? m_values[index] : 0;
-}
+unsigned long long EventValueTable::getValue(int index) const { return hasSlot(index) ? m_values[index] : 0; }

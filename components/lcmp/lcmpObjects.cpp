@@ -22,13 +22,9 @@ LcmpObject::~LcmpObject() {
         delete property;
 }
 
-bool LcmpObject::update(LcmpProperty* /*property*/, unsigned int /*row*/) {
-    return true;
-}
+bool LcmpObject::update(LcmpProperty* /*property*/, unsigned int /*row*/) { return true; }
 
-bool LcmpObject::updated(LcmpProperty* /*property*/, unsigned int /*row*/) {
-    return true;
-}
+bool LcmpObject::updated(LcmpProperty* /*property*/, unsigned int /*row*/) { return true; }
 
 bool LcmpObject::addProp(LcmpProperty* property, unsigned int row) {
     if (property == nullptr) {
@@ -104,9 +100,7 @@ void LcmpObject::setToDefault() {
         property->setToDefault();
 }
 
-bool LcmpObject::isValidObjectId(unsigned int oid) {
-    return getPropFromOID(oid) != nullptr;
-}
+bool LcmpObject::isValidObjectId(unsigned int oid) { return getPropFromOID(oid) != nullptr; }
 
 std::string LcmpObject::str(int firstRow, int maxRows) const {
     const unsigned int first = firstRow > 0 ? static_cast<unsigned int>(firstRow) : 0;
@@ -127,9 +121,7 @@ std::string LcmpObject::str(int firstRow, int maxRows) const {
 LcmpTable::LcmpTable(std::string name, unsigned int id, bool common, unsigned int rows)
     : LcmpObject(std::move(name), ifcCard::IFC_CARD_OBJECT_TABLE, id, common, rows) {}
 
-std::string LcmpTable::getObjectTypeStr() const {
-    return "Table";
-}
+std::string LcmpTable::getObjectTypeStr() const { return "Table"; }
 
 unsigned int LcmpTable::getOID(unsigned int column, unsigned int row) {
     return tableOid(getId(), column, row, isCommon());
@@ -153,9 +145,7 @@ std::string LcmpTable::str(int firstRow, int maxRows) const {
 LcmpScalar::LcmpScalar(std::string name, unsigned int id, bool common, unsigned int rows)
     : LcmpObject(std::move(name), ifcCard::IFC_CARD_OBJECT_SCALAR, id, common, rows) {}
 
-std::string LcmpScalar::getObjectTypeStr() const {
-    return "Scalar";
-}
+std::string LcmpScalar::getObjectTypeStr() const { return "Scalar"; }
 
 unsigned int LcmpScalar::getOID(unsigned int variableId, unsigned int /*row*/) {
     return scalarOid(getId(), variableId, isCommon());

@@ -16,9 +16,7 @@ constexpr unsigned int widestNumber = 8;  // bytes
 
 unsigned int instanceCount = 0;
 
-const char* wireBytes(const lcmp_tlv* element) {
-    return reinterpret_cast<const char*>(element);
-}
+const char* wireBytes(const lcmp_tlv* element) { return reinterpret_cast<const char*>(element); }
 
 }  // namespace
 
@@ -45,9 +43,7 @@ OldStyleProperty::OldStyleProperty(const OldStyleProperty& other)
         LCMP_ERROR("malloc failed!");
 }
 
-OldStyleProperty::~OldStyleProperty() {
-    std::free(m_value_pointer);
-}
+OldStyleProperty::~OldStyleProperty() { std::free(m_value_pointer); }
 
 bool OldStyleProperty::isPointerValid() const {
     if (m_value_pointer != nullptr)
@@ -56,9 +52,7 @@ bool OldStyleProperty::isPointerValid() const {
     return false;
 }
 
-bool OldStyleProperty::isDefault() {
-    return false;
-}
+bool OldStyleProperty::isDefault() { return false; }
 
 // Makes room for `length` bytes, zeroed, and at least for the widest number: numbers are read and written in
 // their full width whatever the element declared.
@@ -106,13 +100,9 @@ int OldStyleProperty::deserialize(const char* buffer) {
     return tlvHeaderSize + header.length;
 }
 
-unsigned int OldStyleProperty::length() {
-    return m_length;
-}
+unsigned int OldStyleProperty::length() { return m_length; }
 
-int OldStyleProperty::getType() {
-    return static_cast<int>(m_type);
-}
+int OldStyleProperty::getType() { return static_cast<int>(m_type); }
 
 // ---------------------------------------------------------------- typed access
 
@@ -134,33 +124,15 @@ void OldStyleProperty::getNumber(T* out, bool typeMatches) const {
         *out = static_cast<T>(getWord(reinterpret_cast<const char*>(m_value_pointer), sizeof(T)));
 }
 
-void OldStyleProperty::get(unsigned long long* out) {
-    getNumber(out, m_type == UINT64);
-}
-void OldStyleProperty::get(unsigned int* out) {
-    getNumber(out, m_type == UINT32);
-}
-void OldStyleProperty::get(unsigned short* out) {
-    getNumber(out, m_type == UINT16);
-}
-void OldStyleProperty::get(unsigned char* out) {
-    getNumber(out, m_type == UINT8);
-}
-void OldStyleProperty::get(long long* out) {
-    getNumber(out, m_type == INT64);
-}
-void OldStyleProperty::get(int* out) {
-    getNumber(out, m_type == INT32 || m_type == IPv4ADDRESS);
-}
-void OldStyleProperty::get(short* out) {
-    getNumber(out, m_type == INT16);
-}
-void OldStyleProperty::get(signed char* out) {
-    getNumber(out, m_type == INT8);
-}
-void OldStyleProperty::get(bool* out) {
-    getNumber(out, m_type == BOOLEAN);
-}
+void OldStyleProperty::get(unsigned long long* out) { getNumber(out, m_type == UINT64); }
+void OldStyleProperty::get(unsigned int* out) { getNumber(out, m_type == UINT32); }
+void OldStyleProperty::get(unsigned short* out) { getNumber(out, m_type == UINT16); }
+void OldStyleProperty::get(unsigned char* out) { getNumber(out, m_type == UINT8); }
+void OldStyleProperty::get(long long* out) { getNumber(out, m_type == INT64); }
+void OldStyleProperty::get(int* out) { getNumber(out, m_type == INT32 || m_type == IPv4ADDRESS); }
+void OldStyleProperty::get(short* out) { getNumber(out, m_type == INT16); }
+void OldStyleProperty::get(signed char* out) { getNumber(out, m_type == INT8); }
+void OldStyleProperty::get(bool* out) { getNumber(out, m_type == BOOLEAN); }
 
 void OldStyleProperty::get(std::string* out) {
     if (mayGet(m_type == STRING) && isPointerValid() && out != nullptr)
@@ -188,36 +160,18 @@ void OldStyleProperty::setNumber(T value, bool typeMatches) {
     putWord(reinterpret_cast<char*>(m_value_pointer), static_cast<std::uint64_t>(value), sizeof(T));
 }
 
-void OldStyleProperty::set(unsigned long long value) {
-    setNumber(value, m_type == UINT64);
-}
-void OldStyleProperty::set(unsigned int value) {
-    setNumber(value, m_type == UINT32);
-}
-void OldStyleProperty::set(unsigned short value) {
-    setNumber(value, m_type == UINT16);
-}
-void OldStyleProperty::set(unsigned char value) {
-    setNumber(value, m_type == UINT8);
-}
+void OldStyleProperty::set(unsigned long long value) { setNumber(value, m_type == UINT64); }
+void OldStyleProperty::set(unsigned int value) { setNumber(value, m_type == UINT32); }
+void OldStyleProperty::set(unsigned short value) { setNumber(value, m_type == UINT16); }
+void OldStyleProperty::set(unsigned char value) { setNumber(value, m_type == UINT8); }
 
 // Refused whatever the type: signed 64-bit values can be read from legacy elements, never set.
-void OldStyleProperty::set(long long value) {
-    setNumber(value, false);
-}
+void OldStyleProperty::set(long long value) { setNumber(value, false); }
 
-void OldStyleProperty::set(int value) {
-    setNumber(value, m_type == INT32 || m_type == IPv4ADDRESS);
-}
-void OldStyleProperty::set(short value) {
-    setNumber(value, m_type == INT16);
-}
-void OldStyleProperty::set(signed char value) {
-    setNumber(value, m_type == INT8);
-}
-void OldStyleProperty::set(bool value) {
-    setNumber(value, m_type == BOOLEAN);
-}
+void OldStyleProperty::set(int value) { setNumber(value, m_type == INT32 || m_type == IPv4ADDRESS); }
+void OldStyleProperty::set(short value) { setNumber(value, m_type == INT16); }
+void OldStyleProperty::set(signed char value) { setNumber(value, m_type == INT8); }
+void OldStyleProperty::set(bool value) { setNumber(value, m_type == BOOLEAN); }
 
 void OldStyleProperty::set(std::string value) {
     if (maySet(m_type == STRING))
@@ -238,9 +192,7 @@ void OldStyleProperty::replaceBytes(const char* bytes, unsigned int length) {
     std::free(old);
 }
 
-std::string OldStyleProperty::str() const {
-    return getName() + ":\n\n";
-}
+std::string OldStyleProperty::str() const { return getName() + ":\n\n"; }
 
 OldStyleProperty* LcmpProperty::asOldStyle() {
     return m_legacy ? static_cast<OldStyleProperty*>(this) : nullptr;

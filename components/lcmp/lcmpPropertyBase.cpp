@@ -23,9 +23,7 @@ LcmpProperty::~LcmpProperty() {
 
 void LcmpProperty::setToDefault() {}
 
-bool LcmpProperty::validValue(const char* /*value*/, int length) {
-    return length >= 0;
-}
+bool LcmpProperty::validValue(const char* /*value*/, int length) { return length >= 0; }
 
 // ---------------------------------------------------------------- refused access
 
@@ -33,73 +31,29 @@ bool LcmpProperty::validValue(const char* /*value*/, int length) {
 #define LCMP_REFUSE(TYPE_WORD) \
     LCMP_ERROR("[%s] Not implemented for " TYPE_WORD " (property %d, row %d)", m_name.c_str(), m_id, m_row)
 
-void LcmpProperty::get(unsigned long long* /*out*/) {
-    LCMP_REFUSE("uint64_t");
-}
-void LcmpProperty::get(unsigned int* /*out*/) {
-    LCMP_REFUSE("uint32_t");
-}
-void LcmpProperty::get(unsigned short* /*out*/) {
-    LCMP_REFUSE("uint16_t");
-}
-void LcmpProperty::get(unsigned char* /*out*/) {
-    LCMP_REFUSE("uint8_t");
-}
-void LcmpProperty::get(long long* /*out*/) {
-    LCMP_REFUSE("int64_t");
-}
-void LcmpProperty::get(int* /*out*/) {
-    LCMP_REFUSE("int32_t");
-}
-void LcmpProperty::get(short* /*out*/) {
-    LCMP_REFUSE("int16_t");
-}
-void LcmpProperty::get(signed char* /*out*/) {
-    LCMP_REFUSE("int8_t");
-}
-void LcmpProperty::get(bool* /*out*/) {
-    LCMP_REFUSE("bool");
-}
-void LcmpProperty::get(std::string* /*out*/) {
-    LCMP_REFUSE("std::string");
-}
-void LcmpProperty::get(unsigned char* /*data*/, unsigned int* /*length*/) {
-    LCMP_REFUSE("array of uint8_t");
-}
+void LcmpProperty::get(unsigned long long* /*out*/) { LCMP_REFUSE("uint64_t"); }
+void LcmpProperty::get(unsigned int* /*out*/) { LCMP_REFUSE("uint32_t"); }
+void LcmpProperty::get(unsigned short* /*out*/) { LCMP_REFUSE("uint16_t"); }
+void LcmpProperty::get(unsigned char* /*out*/) { LCMP_REFUSE("uint8_t"); }
+void LcmpProperty::get(long long* /*out*/) { LCMP_REFUSE("int64_t"); }
+void LcmpProperty::get(int* /*out*/) { LCMP_REFUSE("int32_t"); }
+void LcmpProperty::get(short* /*out*/) { LCMP_REFUSE("int16_t"); }
+void LcmpProperty::get(signed char* /*out*/) { LCMP_REFUSE("int8_t"); }
+void LcmpProperty::get(bool* /*out*/) { LCMP_REFUSE("bool"); }
+void LcmpProperty::get(std::string* /*out*/) { LCMP_REFUSE("std::string"); }
+void LcmpProperty::get(unsigned char* /*data*/, unsigned int* /*length*/) { LCMP_REFUSE("array of uint8_t"); }
 
-void LcmpProperty::set(unsigned long long /*value*/) {
-    LCMP_REFUSE("uint64_t");
-}
-void LcmpProperty::set(unsigned int /*value*/) {
-    LCMP_REFUSE("uint32_t");
-}
-void LcmpProperty::set(unsigned short /*value*/) {
-    LCMP_REFUSE("uint16_t");
-}
-void LcmpProperty::set(unsigned char /*value*/) {
-    LCMP_REFUSE("uint8_t");
-}
-void LcmpProperty::set(long long /*value*/) {
-    LCMP_REFUSE("int64_t");
-}
-void LcmpProperty::set(int /*value*/) {
-    LCMP_REFUSE("int32_t");
-}
-void LcmpProperty::set(short /*value*/) {
-    LCMP_REFUSE("int16_t");
-}
-void LcmpProperty::set(signed char /*value*/) {
-    LCMP_REFUSE("int8_t");
-}
-void LcmpProperty::set(bool /*value*/) {
-    LCMP_REFUSE("bool");
-}
-void LcmpProperty::set(std::string /*value*/) {
-    LCMP_REFUSE("std::string");
-}
-void LcmpProperty::set(unsigned char* /*data*/, unsigned int /*length*/) {
-    LCMP_REFUSE("array of uint8_t");
-}
+void LcmpProperty::set(unsigned long long /*value*/) { LCMP_REFUSE("uint64_t"); }
+void LcmpProperty::set(unsigned int /*value*/) { LCMP_REFUSE("uint32_t"); }
+void LcmpProperty::set(unsigned short /*value*/) { LCMP_REFUSE("uint16_t"); }
+void LcmpProperty::set(unsigned char /*value*/) { LCMP_REFUSE("uint8_t"); }
+void LcmpProperty::set(long long /*value*/) { LCMP_REFUSE("int64_t"); }
+void LcmpProperty::set(int /*value*/) { LCMP_REFUSE("int32_t"); }
+void LcmpProperty::set(short /*value*/) { LCMP_REFUSE("int16_t"); }
+void LcmpProperty::set(signed char /*value*/) { LCMP_REFUSE("int8_t"); }
+void LcmpProperty::set(bool /*value*/) { LCMP_REFUSE("bool"); }
+void LcmpProperty::set(std::string /*value*/) { LCMP_REFUSE("std::string"); }
+void LcmpProperty::set(unsigned char* /*data*/, unsigned int /*length*/) { LCMP_REFUSE("array of uint8_t"); }
 
 #undef LCMP_REFUSE
 
@@ -110,9 +64,7 @@ void LcmpProperty::set(const char* text) {
 
 // ---------------------------------------------------------------- identity and events
 
-unsigned int LcmpProperty::getOid() const {
-    return m_owner != nullptr ? m_owner->getOID(m_id, m_row) : m_id;
-}
+unsigned int LcmpProperty::getOid() const { return m_owner != nullptr ? m_owner->getOID(m_id, m_row) : m_id; }
 
 bool LcmpProperty::sendEvent() {
     const bool pending = m_eventPending;

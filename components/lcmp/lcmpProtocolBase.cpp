@@ -29,18 +29,14 @@ LcmpProtocolBase::LcmpProtocolBase(bool errorReplies)
     initEvents();
 }
 
-LcmpProtocolBase::~LcmpProtocolBase() {
-    deleteEventTables();
-}
+LcmpProtocolBase::~LcmpProtocolBase() { deleteEventTables(); }
 
 bool LcmpProtocolBase::initEventsCore() {
     LCMP_DEBUG1("created no event tables because subclass did not provided method");
     return true;
 }
 
-bool LcmpProtocolBase::handleLcmpMsgOld(OldStyleProperty* /*prop*/, bool /*write*/) {
-    return false;
-}
+bool LcmpProtocolBase::handleLcmpMsgOld(OldStyleProperty* /*prop*/, bool /*write*/) { return false; }
 
 std::uint8_t LcmpProtocolBase::checkTlvOld(OldStyleProperty* /*prop*/, bool /*write*/) const {
     return RESULT_GENERAL_ERROR;
@@ -50,13 +46,9 @@ bool LcmpProtocolBase::eventHandlerOld(LCMPTlv* /*oldValue*/, LCMPTlv* /*newValu
     return false;
 }
 
-std::uint16_t LcmpProtocolBase::getNewMessageId() {
-    return ++lastMessageId;
-}
+std::uint16_t LcmpProtocolBase::getNewMessageId() { return ++lastMessageId; }
 
-bool LcmpProtocolBase::amiMessageHandler(std::vector<LcmpProperty*> /*props*/) {
-    return false;
-}
+bool LcmpProtocolBase::amiMessageHandler(std::vector<LcmpProperty*> /*props*/) { return false; }
 
 bool LcmpProtocolBase::initEvents() {
     if (initEventsCore())
@@ -72,9 +64,7 @@ void LcmpProtocolBase::deleteEventTables() {
     }
 }
 
-void LcmpProtocolBase::registerObject(LcmpObject* obj) {
-    lcmpObjects.push_back(obj);
-}
+void LcmpProtocolBase::registerObject(LcmpObject* obj) { lcmpObjects.push_back(obj); }
 
 LcmpProtocolBase::Found LcmpProtocolBase::findProperty(unsigned int oid) const {
     for (LcmpObject* object : lcmpObjects) {
@@ -177,9 +167,7 @@ namespace {
 
 constexpr unsigned int bytesPerDumpLine = 8;
 
-bool isPrintable(unsigned char byte) {
-    return byte >= 0x20 && byte <= 0x7E;
-}
+bool isPrintable(unsigned char byte) { return byte >= 0x20 && byte <= 0x7E; }
 
 std::string dumpLine(const unsigned char* data, unsigned int offset, unsigned int count) {
     char part[16];

@@ -16,9 +16,7 @@ bool initDone = false;          // the first event pass has run
 LCMPAmi* pendingAmi = nullptr;  // made by the first addToAmi, kept for the life of the process
 int pendingCount = 0;           // added since it was last sent
 
-void withdrawFromPendingAmi(const LcmpProperty* property) {
-    pendingAmi->removeProperty(property);
-}
+void withdrawFromPendingAmi(const LcmpProperty* property) { pendingAmi->removeProperty(property); }
 
 }  // namespace
 

@@ -29,17 +29,11 @@ StringProperty::StringProperty(unsigned int id, const char* name, IfcCardVarAcce
                                std::string def)
     : StringProperty(id, name, access, std::move(def), nullptr, false) {}
 
-StringProperty::~StringProperty() {
-    delete m_check;
-}
+StringProperty::~StringProperty() { delete m_check; }
 
-void StringProperty::setToDefault() {
-    m_value = m_default;
-}
+void StringProperty::setToDefault() { m_value = m_default; }
 
-bool StringProperty::isDefault() {
-    return m_value == m_default;
-}
+bool StringProperty::isDefault() { return m_value == m_default; }
 
 int StringProperty::serialize(char* buffer, int size) {
     const unsigned int count = length();
@@ -57,13 +51,9 @@ int StringProperty::deserialize(const char* buffer) {
     return tlvHeaderSize + count;
 }
 
-unsigned int StringProperty::length() {
-    return static_cast<unsigned int>(m_value.size());
-}
+unsigned int StringProperty::length() { return static_cast<unsigned int>(m_value.size()); }
 
-int StringProperty::getType() {
-    return STRING;
-}
+int StringProperty::getType() { return STRING; }
 
 bool StringProperty::validValue(const char* value, int length) {
     if (length < 0)
@@ -71,13 +61,9 @@ bool StringProperty::validValue(const char* value, int length) {
     return m_check == nullptr || m_check->checkValue(std::string(value, static_cast<std::size_t>(length)));
 }
 
-void StringProperty::get(std::string* out) {
-    *out = m_value;
-}
+void StringProperty::get(std::string* out) { *out = m_value; }
 
-void StringProperty::set(std::string value) {
-    m_value = std::move(value);
-}
+void StringProperty::set(std::string value) { m_value = std::move(value); }
 
 std::string StringProperty::str() const {
     return lineHead() + m_value + "  (def = " + m_default + (isEventable() ? ", eventable" : "") + ")\n";
@@ -88,13 +74,9 @@ std::string StringProperty::str() const {
 ArrayProperty::ArrayProperty(unsigned int id, const char* name, IfcCardVarAccessType access, bool eventable)
     : LcmpProperty(id, name, access, eventable) {}
 
-ArrayProperty::~ArrayProperty() {
-    std::free(m_buffer);
-}
+ArrayProperty::~ArrayProperty() { std::free(m_buffer); }
 
-bool ArrayProperty::isDefault() {
-    return false;
-}
+bool ArrayProperty::isDefault() { return false; }
 
 // What travels is the storage of the two members, not the bytes that the buffer points to.
 int ArrayProperty::serialize(char* buffer, int size) {
@@ -123,13 +105,9 @@ int ArrayProperty::deserialize(const char* buffer) {
     return size;
 }
 
-unsigned int ArrayProperty::length() {
-    return m_length;
-}
+unsigned int ArrayProperty::length() { return m_length; }
 
-int ArrayProperty::getType() {
-    return BYTE_ARRAY;
-}
+int ArrayProperty::getType() { return BYTE_ARRAY; }
 
 void ArrayProperty::get(unsigned char* data, unsigned int* length) {
     if (length == nullptr)

@@ -125,33 +125,15 @@ void LCMPTlv::storeBytes(const char* data, std::uint16_t size, unsigned char new
     std::memcpy(val, data, size);
 }
 
-void LCMPTlv::setValue(unsigned long long value) {
-    storeWord(value, 8, UINT64);
-}
-void LCMPTlv::setValue(unsigned int value) {
-    storeWord(value, 4, UINT32);
-}
-void LCMPTlv::setValue(unsigned short value) {
-    storeWord(value, 2, UINT16);
-}
-void LCMPTlv::setValue(unsigned char value) {
-    storeWord(value, 1, UINT8);
-}
-void LCMPTlv::setValue(long long value) {
-    storeWord(static_cast<unsigned long long>(value), 8, INT64);
-}
-void LCMPTlv::setValue(int value) {
-    storeWord(static_cast<unsigned int>(value), 4, INT32);
-}
-void LCMPTlv::setValue(short value) {
-    storeWord(static_cast<unsigned short>(value), 2, INT16);
-}
-void LCMPTlv::setValue(signed char value) {
-    storeWord(static_cast<unsigned char>(value), 1, INT8);
-}
-void LCMPTlv::setValue(bool value) {
-    storeWord(value ? 1 : 0, 1, BOOLEAN);
-}
+void LCMPTlv::setValue(unsigned long long value) { storeWord(value, 8, UINT64); }
+void LCMPTlv::setValue(unsigned int value) { storeWord(value, 4, UINT32); }
+void LCMPTlv::setValue(unsigned short value) { storeWord(value, 2, UINT16); }
+void LCMPTlv::setValue(unsigned char value) { storeWord(value, 1, UINT8); }
+void LCMPTlv::setValue(long long value) { storeWord(static_cast<unsigned long long>(value), 8, INT64); }
+void LCMPTlv::setValue(int value) { storeWord(static_cast<unsigned int>(value), 4, INT32); }
+void LCMPTlv::setValue(short value) { storeWord(static_cast<unsigned short>(value), 2, INT16); }
+void LCMPTlv::setValue(signed char value) { storeWord(static_cast<unsigned char>(value), 1, INT8); }
+void LCMPTlv::setValue(bool value) { storeWord(value ? 1 : 0, 1, BOOLEAN); }
 
 void LCMPTlv::setValue(int value, unsigned char newType) {
     if (newType != INT32 && newType != IPv4ADDRESS) {
@@ -170,9 +152,7 @@ void LCMPTlv::setValue(const char* text) {
         storeBytes(text, static_cast<std::uint16_t>(std::strlen(text)), STRING);
 }
 
-void LCMPTlv::setValue(const char* data, int size) {
-    setValue(data, size, STRING);
-}
+void LCMPTlv::setValue(const char* data, int size) { setValue(data, size, STRING); }
 
 void LCMPTlv::setValue(const char* data, int size, unsigned char newType) {
     if (newType != STRING && newType != MAC_ADDRESS)
@@ -194,33 +174,15 @@ void loadInto(T& out, const unsigned char* value) {
 
 }  // namespace
 
-void LCMPTlv::getValue(unsigned long long& out) const {
-    loadInto(out, val);
-}
-void LCMPTlv::getValue(unsigned int& out) const {
-    loadInto(out, val);
-}
-void LCMPTlv::getValue(unsigned short& out) const {
-    loadInto(out, val);
-}
-void LCMPTlv::getValue(unsigned char& out) const {
-    loadInto(out, val);
-}
-void LCMPTlv::getValue(long long& out) const {
-    loadInto(out, val);
-}
-void LCMPTlv::getValue(int& out) const {
-    loadInto(out, val);
-}
-void LCMPTlv::getValue(short& out) const {
-    loadInto(out, val);
-}
-void LCMPTlv::getValue(signed char& out) const {
-    loadInto(out, val);
-}
-void LCMPTlv::getValue(bool& out) const {
-    loadInto(out, val);
-}
+void LCMPTlv::getValue(unsigned long long& out) const { loadInto(out, val); }
+void LCMPTlv::getValue(unsigned int& out) const { loadInto(out, val); }
+void LCMPTlv::getValue(unsigned short& out) const { loadInto(out, val); }
+void LCMPTlv::getValue(unsigned char& out) const { loadInto(out, val); }
+void LCMPTlv::getValue(long long& out) const { loadInto(out, val); }
+void LCMPTlv::getValue(int& out) const { loadInto(out, val); }
+void LCMPTlv::getValue(short& out) const { loadInto(out, val); }
+void LCMPTlv::getValue(signed char& out) const { loadInto(out, val); }
+void LCMPTlv::getValue(bool& out) const { loadInto(out, val); }
 
 namespace {
 
@@ -241,61 +203,25 @@ T loadOrZero(const LCMPTlv& element) {
 
 }  // namespace
 
-bool LCMPTlv::getValue(unsigned long long* out) const {
-    return loadChecked(*this, out);
-}
-bool LCMPTlv::getValue(unsigned int* out) const {
-    return loadChecked(*this, out);
-}
-bool LCMPTlv::getValue(unsigned short* out) const {
-    return loadChecked(*this, out);
-}
-bool LCMPTlv::getValue(unsigned char* out) const {
-    return loadChecked(*this, out);
-}
-bool LCMPTlv::getValue(long long* out) const {
-    return loadChecked(*this, out);
-}
-bool LCMPTlv::getValue(int* out) const {
-    return loadChecked(*this, out);
-}
-bool LCMPTlv::getValue(short* out) const {
-    return loadChecked(*this, out);
-}
-bool LCMPTlv::getValue(signed char* out) const {
-    return loadChecked(*this, out);
-}
-bool LCMPTlv::getValue(bool* out) const {
-    return loadChecked(*this, out);
-}
+bool LCMPTlv::getValue(unsigned long long* out) const { return loadChecked(*this, out); }
+bool LCMPTlv::getValue(unsigned int* out) const { return loadChecked(*this, out); }
+bool LCMPTlv::getValue(unsigned short* out) const { return loadChecked(*this, out); }
+bool LCMPTlv::getValue(unsigned char* out) const { return loadChecked(*this, out); }
+bool LCMPTlv::getValue(long long* out) const { return loadChecked(*this, out); }
+bool LCMPTlv::getValue(int* out) const { return loadChecked(*this, out); }
+bool LCMPTlv::getValue(short* out) const { return loadChecked(*this, out); }
+bool LCMPTlv::getValue(signed char* out) const { return loadChecked(*this, out); }
+bool LCMPTlv::getValue(bool* out) const { return loadChecked(*this, out); }
 
-unsigned long long LCMPTlv::getValueAsUInt64() const {
-    return loadOrZero<unsigned long long>(*this);
-}
-unsigned int LCMPTlv::getValueAsUInt32() const {
-    return loadOrZero<unsigned int>(*this);
-}
-unsigned short LCMPTlv::getValueAsUInt16() const {
-    return loadOrZero<unsigned short>(*this);
-}
-unsigned char LCMPTlv::getValueAsUInt8() const {
-    return loadOrZero<unsigned char>(*this);
-}
-long long LCMPTlv::getValueAsInt64() const {
-    return loadOrZero<long long>(*this);
-}
-int LCMPTlv::getValueAsInt32() const {
-    return loadOrZero<int>(*this);
-}
-short LCMPTlv::getValueAsInt16() const {
-    return loadOrZero<short>(*this);
-}
-signed char LCMPTlv::getValueAsInt8() const {
-    return loadOrZero<signed char>(*this);
-}
-bool LCMPTlv::getValueAsBool() const {
-    return loadOrZero<bool>(*this);
-}
+unsigned long long LCMPTlv::getValueAsUInt64() const { return loadOrZero<unsigned long long>(*this); }
+unsigned int LCMPTlv::getValueAsUInt32() const { return loadOrZero<unsigned int>(*this); }
+unsigned short LCMPTlv::getValueAsUInt16() const { return loadOrZero<unsigned short>(*this); }
+unsigned char LCMPTlv::getValueAsUInt8() const { return loadOrZero<unsigned char>(*this); }
+long long LCMPTlv::getValueAsInt64() const { return loadOrZero<long long>(*this); }
+int LCMPTlv::getValueAsInt32() const { return loadOrZero<int>(*this); }
+short LCMPTlv::getValueAsInt16() const { return loadOrZero<short>(*this); }
+signed char LCMPTlv::getValueAsInt8() const { return loadOrZero<signed char>(*this); }
+bool LCMPTlv::getValueAsBool() const { return loadOrZero<bool>(*this); }
 
 void LCMPTlv::getValue(char* out, int size) const {
     if (out == nullptr || size <= 0)

@@ -110,9 +110,7 @@ std::string isoTime(long long seconds) {
 
 }  // namespace
 
-const char* lcmpTlvTypeName(unsigned int type) {
-    return type < typeCount ? typeNames[type] : "unknown";
-}
+const char* lcmpTlvTypeName(unsigned int type) { return type < typeCount ? typeNames[type] : "unknown"; }
 
 std::string LCMPTlv::toString() const {
     std::ostringstream text;

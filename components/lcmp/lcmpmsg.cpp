@@ -36,13 +36,9 @@ LCMPMessage::LCMPMessage(const std::string& peer) : LCMPMessage(requestKind, com
 LCMPMessage::LCMPMessage(std::int32_t kind, std::int32_t headerSize, const std::string& peer)
     : m_kind(kind), m_headerSize(headerSize), m_peerAddress(peer) {}
 
-int LCMPMessage::serializeSpecific(char* /*buf*/, int /*size*/) const {
-    return 1;
-}
+int LCMPMessage::serializeSpecific(char* /*buf*/, int /*size*/) const { return 1; }
 
-int LCMPMessage::deserializeSpecific(const char* /*buf*/, int /*len*/) {
-    return RESULT_OK;
-}
+int LCMPMessage::deserializeSpecific(const char* /*buf*/, int /*len*/) { return RESULT_OK; }
 
 // ---------------------------------------------------------------- header
 
@@ -104,17 +100,11 @@ int LCMPMessage::deserialize(const char* buf, int len) {
     return deserializeSpecific(buf, len);
 }
 
-bool LCMPMessage::checkMagicNbr() const {
-    return m_magic == magicNumber;
-}
+bool LCMPMessage::checkMagicNbr() const { return m_magic == magicNumber; }
 
-bool LCMPMessage::checkProtVersion() const {
-    return m_version == protocolVersion;
-}
+bool LCMPMessage::checkProtVersion() const { return m_version == protocolVersion; }
 
-bool LCMPMessage::checkAction() const {
-    return m_action >= LCMP_ACTION_READ && m_action <= LCMP_ACTION_AMI;
-}
+bool LCMPMessage::checkAction() const { return m_action >= LCMP_ACTION_READ && m_action <= LCMP_ACTION_AMI; }
 
 // ---------------------------------------------------------------- elements
 
@@ -218,9 +208,7 @@ ByteView LCMPMessage::receivedElements() const {
     return {m_received + m_headerSize, m_receivedLength - m_headerSize};
 }
 
-int LCMPMessage::countTlvs(int /*unused*/) const {
-    return static_cast<int>(m_properties.size());
-}
+int LCMPMessage::countTlvs(int /*unused*/) const { return static_cast<int>(m_properties.size()); }
 
 int LCMPMessage::sizeOfTlvs() const {
     unsigned long long size = 0;

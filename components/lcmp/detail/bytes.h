@@ -6,9 +6,7 @@
 
 namespace lcmpdetail {
 
-inline std::uint8_t getU8(const char* p) {
-    return static_cast<std::uint8_t>(*p);
-}
+inline std::uint8_t getU8(const char* p) { return static_cast<std::uint8_t>(*p); }
 
 inline std::uint16_t getU16(const char* p) {
     return static_cast<std::uint16_t>((getU8(p) << 8) | getU8(p + 1));
@@ -19,22 +17,16 @@ inline std::uint32_t getU32(const char* p) {
            (std::uint32_t{getU8(p + 2)} << 8) | std::uint32_t{getU8(p + 3)};
 }
 
-inline std::uint64_t getU64(const char* p) {
-    return (std::uint64_t{getU32(p)} << 32) | getU32(p + 4);
-}
+inline std::uint64_t getU64(const char* p) { return (std::uint64_t{getU32(p)} << 32) | getU32(p + 4); }
 
 inline char* putU8(char* p, unsigned int value) {
     *p = static_cast<char>(static_cast<unsigned char>(value));
     return p + 1;
 }
 
-inline char* putU16(char* p, unsigned int value) {
-    return putU8(putU8(p, value >> 8), value);
-}
+inline char* putU16(char* p, unsigned int value) { return putU8(putU8(p, value >> 8), value); }
 
-inline char* putU32(char* p, std::uint32_t value) {
-    return putU16(putU16(p, value >> 16), value);
-}
+inline char* putU32(char* p, std::uint32_t value) { return putU16(putU16(p, value >> 16), value); }
 
 inline char* putU64(char* p, std::uint64_t value) {
     return putU32(putU32(p, static_cast<std::uint32_t>(value >> 32)), static_cast<std::uint32_t>(value));

@@ -22,9 +22,7 @@ constexpr int debug1Level = 7;
 constexpr int debug2Level = 8;
 constexpr int debug3Level = 9;
 
-inline bool logs(int level) {
-    return g_traceObject != nullptr && g_traceObject->getLevel() >= level;
-}
+inline bool logs(int level) { return g_traceObject != nullptr && g_traceObject->getLevel() >= level; }
 
 /// The part of a path behind its last slash.
 constexpr const char* baseName(const char* path) {

@@ -22,9 +22,7 @@ inline char* putTlvHeader(char* p, const TlvHeader& header) {
     return putU16(p, header.length);
 }
 
-inline TlvHeader getTlvHeader(const char* p) {
-    return {getU32(p), getU8(p + 4), getU16(p + 5)};
-}
+inline TlvHeader getTlvHeader(const char* p) { return {getU32(p), getU8(p + 4), getU16(p + 5)}; }
 
 /// Bytes of a value that the codec moves as one word; 0 for types that are copied byte by byte.
 constexpr unsigned int wordWidth(unsigned int type) {
