@@ -1,4 +1,5 @@
-// An IPv4 address and UDP port, and the list of addresses that may talk to an endpoint. Value types: any thread.
+// An IPv4 address and UDP port, and the list of addresses that may talk to an endpoint. Value types: any
+// thread.
 #pragma once
 
 #include <cstdint>

@@ -13,12 +13,14 @@ public:
     TestEndpoint() = default;
     explicit TestEndpoint(bool errorReplies) : LcmpProtocolBase(errorReplies) {}
 
-    /// Serialises into an exact buffer and keeps the frame. A request is answered by `peer`.
+    /// Serialises into an exact buffer and keeps the frame and whom it is for. A request is answered by
+    /// `peer`.
     bool sendMessage(LCMPMessage* msg) override {
         std::string frameBytes(static_cast<std::size_t>(msg->getHeaderSize() + msg->sizeOfTlvs()), '\0');
         if (msg->serialize(frameBytes.data(), static_cast<int>(frameBytes.size())) == 0)
             return false;
         sent.push_back(frameBytes);
+        sentTo.push_back(msg->getPeerAddress());
         if (!sends)
             return false;
         if (dynamic_cast<LCMPRequest*>(msg) != nullptr)
@@ -36,7 +38,8 @@ public:
     std::string lastSent() const { return sent.empty() ? std::string() : hex(sent.back()); }
 
     std::vector<std::string> sent;
-    bool sends = true;  // what sendMessage returns for a frame that could be serialised
+    std::vector<std::string> sentTo;  // peer address of each of them
+    bool sends = true;                // what sendMessage returns for a frame that could be serialised
     std::function<std::string(const std::string& request)> peer = [](const std::string&) {
         return std::string();
     };

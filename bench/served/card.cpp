@@ -1,0 +1,62 @@
+// A card on the ready transport, as an application would write it.
+//
+// usage: bench_card PORT scalar|table [OBJECTS]
+//
+// Serves the variables as one scalar or as one table, registered behind so many others that there are OBJECTS.
+#include <csignal>
+#include <cstring>
+
+#include "fillerObjects.h"
+#include "lcmpUdpEndpoint.h"
+#include "serving.h"
+#include "traceObject.h"
+#include "variables.h"
+
+namespace {
+
+LcmpProperty* newVariable(unsigned int id, unsigned int number) {
+    return new TypeProperty<unsigned int>(id, "value", IFC_CARD_VAR_WRITABLE, bench::valueOf(number), true);
+}
+
+std::unique_ptr<LcmpObject> makeScalar() {
+    auto scalar = std::make_unique<LcmpScalar>("scalar", bench::scalarGroup, false);
+    for (unsigned int number = 0; number < bench::scalarVariables; ++number)
+        scalar->addProp(newVariable(number, number), 0);
+    return scalar;
+}
+
+std::unique_ptr<LcmpObject> makeTable() {
+    auto table = std::make_unique<LcmpTable>("table", bench::tableId, false, bench::tableRows);
+    for (unsigned int number = 0; number < bench::tableVariables; ++number)
+        table->addProp(newVariable(bench::columnOf(number), number), bench::rowOf(number));
+    return table;
+}
+
+volatile std::sig_atomic_t stopped = 0;
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::uint16_t port = bench::portIn(argc, argv);
+    const bool isTable = argc > 2 && std::strcmp(argv[2], "table") == 0;
+    const unsigned int objects = argc > 3 ? bench::numberIn(argc, argv, 3, 1, 192) : 1;
+
+    TraceObject trace;  // writes errors, of which there are none
+    trace.setLevel(3);
+    g_traceObject = &trace;
+
+    const std::unique_ptr<LcmpObject> served = isTable ? makeTable() : makeScalar();
+    const bench::FillerObjects others(objects - 1, *served);
+    LcmpUdpEndpoint endpoint;
+    others.registerAll(endpoint);
+    endpoint.registerObject(served.get());
+    endpoint.setEventPeriod(std::chrono::seconds(1));
+    if (!endpoint.open("127.0.0.1", port))
+        bench::stop(endpoint.getLastError().c_str());
+
+    std::signal(SIGTERM, [](int) { stopped = 1; });
+    bench::sayListening();
+    while (stopped == 0 && endpoint.poll(LcmpUdpEndpoint::Milliseconds(-1)) >= 0) {
+    }
+    return stopped != 0 ? 0 : 1;
+}

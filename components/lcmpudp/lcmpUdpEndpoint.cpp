@@ -1,0 +1,306 @@
+#include "lcmpUdpEndpoint.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <utility>
+
+#include "detail/frameHeader.h"
+#include "detail/udpExchange.h"
+#include "detail/udpSocket.h"
+
+namespace {
+
+// As long as the longest datagram there is, so that none is ever cut.
+constexpr std::size_t receiveBufferSize = 65535;
+
+constexpr auto never = LcmpUdpEndpoint::Clock::time_point::max();
+
+// Different for endpoints of one process, of one moment and of one program started twice.
+std::minstd_rand::result_type seedOf(const void* endpoint) {
+    const auto ticks = static_cast<std::uint64_t>(LcmpUdpEndpoint::Clock::now().time_since_epoch().count());
+    const std::uint64_t process = static_cast<std::uint64_t>(getpid()) << 16;
+    const auto place = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(endpoint));
+    return static_cast<std::minstd_rand::result_type>(ticks ^ (ticks >> 32) ^ process ^ (place >> 4));
+}
+
+// -1 for never, else rounded up: a wait that ends too early would only be repeated.
+int millisecondsUntil(LcmpUdpEndpoint::Clock::time_point time) {
+    if (time == never)
+        return -1;
+    const auto left = std::chrono::ceil<LcmpUdpEndpoint::Milliseconds>(time - LcmpUdpEndpoint::Clock::now());
+    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX));
+}
+
+// Puts a pointer back to what it was when the block ends, however it ends.
+template <typename T>
+class Restored {
+public:
+    explicit Restored(T& place) : m_place(place), m_before(place) {}
+    ~Restored() { m_place = m_before; }
+    Restored(const Restored&) = delete;
+    Restored& operator=(const Restored&) = delete;
+
+private:
+    T& m_place;
+    T m_before;
+};
+
+}  // namespace
+
+LcmpUdpEndpoint::LcmpUdpEndpoint() : LcmpUdpEndpoint(true) {}
+
+LcmpUdpEndpoint::LcmpUdpEndpoint(bool errorReplies)
+    : LcmpProtocolBase(errorReplies), m_random(seedOf(this)) {}
+
+LcmpUdpEndpoint::~LcmpUdpEndpoint() { close(); }
+
+bool LcmpUdpEndpoint::open(const std::string& address, std::uint16_t port) {
+    close();
+    LcmpUdpAddress wanted{0, port};
+    if (!lcmpUdpParseHost(address, wanted.host))
+        return fail("open " + address, "not an IPv4 address");
+    const lcmpudpdetail::Opening opening = lcmpudpdetail::openSocket(wanted);
+    if (opening.error != 0)
+        return fail(opening.attempt + (' ' + lcmpUdpToText(wanted)), opening.error);
+    m_socket = opening.fileDescriptor;
+    m_local = opening.bound;
+    return true;
+}
+
+void LcmpUdpEndpoint::close() {
+    if (m_socket < 0)
+        return;
+    lcmpudpdetail::closeSocket(m_socket);
+    m_socket = -1;
+    m_local = {};
+    m_kept.clear();
+    ++m_closings;
+}
+
+bool LcmpUdpEndpoint::allow(const std::string& cidr) {
+    return m_allowed.add(cidr) || fail("allow " + cidr, "not a block of IPv4 addresses");
+}
+
+bool LcmpUdpEndpoint::setTarget(const std::string& address, std::uint16_t port) {
+    return parsePeer("target ", address, port, m_target);
+}
+
+void LcmpUdpEndpoint::setTimeout(Milliseconds firstTry) {
+    m_firstTry = std::clamp(firstTry, Milliseconds(1), longestWait);
+}
+
+void LcmpUdpEndpoint::setTries(int tries) { m_tries = std::max(tries, 1); }
+
+bool LcmpUdpEndpoint::addEventReceiver(const std::string& address, std::uint16_t port) {
+    LcmpUdpAddress receiver;
+    if (!parsePeer("event receiver ", address, port, receiver))
+        return false;
+    if (std::find(m_receivers.begin(), m_receivers.end(), receiver) == m_receivers.end())
+        m_receivers.push_back(receiver);
+    return true;
+}
+
+void LcmpUdpEndpoint::setEventPeriod(Milliseconds period) {
+    m_eventPeriod = std::clamp(period, Milliseconds(0), longestWait);
+    m_nextEvent = Clock::now() + m_eventPeriod;
+}
+
+int LcmpUdpEndpoint::poll(Milliseconds timeout) {
+    const auto end = timeout.count() < 0 ? never : Clock::now() + std::min(timeout, longestWait);
+    for (;;) {
+        const int handled = onReadable();
+        const bool ran = m_socket >= 0 && runEventHandlerIfDue();
+        if (handled != 0 || ran || m_socket < 0 || Clock::now() >= end)
+            return handled;
+        const Slept slept = waitUntil(std::min(end, nextEvent()));
+        if (slept != Slept::through)
+            return slept == Slept::interrupted ? 0 : -1;
+    }
+}
+
+int LcmpUdpEndpoint::onReadable() {
+    if (m_socket < 0) {
+        fail("poll", "the endpoint is closed");
+        return -1;
+    }
+    int handled = 0;
+    // Asks anew each time what was kept: the frame before may have sent a request.
+    for (int turn = 0; turn < maxFramesPerTurn && m_socket >= 0; ++turn) {
+        if (!m_kept.empty()) {
+            handleKept();
+            ++handled;
+            continue;
+        }
+        Datagram datagram;
+        const Taken taken = receive(datagram);
+        if (taken == Taken::failed)
+            return -1;
+        if (taken == Taken::nothing)
+            break;
+        if (taken == Taken::datagram && handleReceived(datagram))
+            ++handled;
+    }
+    return handled;
+}
+
+int LcmpUdpEndpoint::onDeadline() {
+    if (m_socket < 0) {
+        fail("poll", "the endpoint is closed");
+        return -1;
+    }
+    int handled = 0;
+    for (; handled < maxFramesPerTurn && !m_kept.empty(); ++handled)
+        handleKept();
+    if (m_socket >= 0)
+        runEventHandlerIfDue();
+    return handled;
+}
+
+int LcmpUdpEndpoint::millisecondsToDeadline() const {
+    if (m_socket < 0)
+        return -1;
+    return m_kept.empty() ? millisecondsUntil(nextEvent()) : 0;
+}
+
+void LcmpUdpEndpoint::frameReceived(const LcmpUdpAddress&, const char*, int) {}
+
+LcmpUdpEndpoint::Taken LcmpUdpEndpoint::receive(Datagram& datagram) {
+    if (m_receiveBuffer == nullptr)
+        m_receiveBuffer.reset(new char[receiveBufferSize]);
+    const lcmpudpdetail::Receipt receipt =
+        lcmpudpdetail::receiveDatagram(m_socket, m_receiveBuffer.get(), receiveBufferSize);
+    if (receipt.error != 0)
+        return receiveFailed(receipt.error);
+    ++m_counters.received;
+    datagram = {receipt.from, receipt.asked, receipt.size};
+    if (!isAllowed(datagram)) {
+        ++m_counters.notAllowed;
+        return Taken::dropped;
+    }
+    if (receipt.truncated) {
+        ++m_counters.truncated;
+        return Taken::dropped;
+    }
+    if (receipt.size == 0) {
+        ++m_counters.empty;
+        return Taken::dropped;
+    }
+    return Taken::datagram;
+}
+
+LcmpUdpEndpoint::Taken LcmpUdpEndpoint::receiveFailed(int error) {
+    if (lcmpudpdetail::isNothingThere(error))
+        return Taken::nothing;
+    ++m_counters.receiveFailures;
+    if (lcmpudpdetail::isPassing(error))
+        return Taken::dropped;
+    fail("receive on " + lcmpUdpToText(m_local), error);
+    return Taken::failed;
+}
+
+bool LcmpUdpEndpoint::isTarget(const LcmpUdpAddress& peer) const {
+    return m_target.port != 0 && peer == m_target;
+}
+
+bool LcmpUdpEndpoint::isAllowed(const Datagram& datagram) const {
+    if (m_allowed.contains(datagram.peer.host))
+        return true;
+    return isTarget(datagram.peer) &&
+           lcmpudpdetail::readFrameHeader(m_receiveBuffer.get(), datagram.size).isResponse();
+}
+
+// False: a response that nobody waits for. It must not come to handleLcmpMsg, which would take its values.
+bool LcmpUdpEndpoint::handleReceived(const Datagram& datagram) {
+    const auto header = lcmpudpdetail::readFrameHeader(m_receiveBuffer.get(), datagram.size);
+    if (header.spoken && header.isResponse()) {
+        countStray(datagram.peer);
+        return false;
+    }
+    // Out of the endpoint while the frame is handled: a hook may receive, too.
+    Buffer buffer = std::move(m_receiveBuffer);
+    handleFrame(datagram, buffer.get());
+    m_receiveBuffer = std::move(buffer);
+    return true;
+}
+
+void LcmpUdpEndpoint::handleKept() {
+    const Kept kept = std::move(m_kept.front());
+    m_kept.pop_front();
+    handleFrame(kept.datagram, kept.bytes.data());
+}
+
+void LcmpUdpEndpoint::handleFrame(const Datagram& datagram, const char* bytes) {
+    const bool answerless = lcmpudpdetail::readFrameHeader(bytes, datagram.size).isAnswerless();
+    const Served served{datagram.peer, datagram.asked, answerless, m_closings};
+    const Restored<const Served*> restored(m_served);
+    m_served = &served;
+    ++m_counters.handled;
+    const int size = static_cast<int>(datagram.size);
+    frameReceived(datagram.peer, bytes, size);
+    handleLcmpMsg(size, bytes, lcmpUdpHostToText(datagram.peer.host).c_str());
+}
+
+void LcmpUdpEndpoint::countStray(const LcmpUdpAddress& peer) {
+    ++(isTarget(peer) ? m_counters.late : m_counters.foreign);
+}
+
+void LcmpUdpEndpoint::keep(const Datagram& datagram) {
+    if (m_kept.size() >= maxKept) {
+        ++m_counters.notKept;
+        return;
+    }
+    m_kept.push_back({datagram, std::string(m_receiveBuffer.get(), datagram.size)});
+    ++m_counters.kept;
+}
+
+bool LcmpUdpEndpoint::runEventHandlerIfDue() {
+    if (m_eventPeriod.count() == 0)
+        return false;
+    const auto now = Clock::now();
+    if (now < m_nextEvent)
+        return false;
+    // In step with the first run, unless a whole period was missed.
+    m_nextEvent += m_eventPeriod;
+    if (m_nextEvent <= now)
+        m_nextEvent = now + m_eventPeriod;
+    eventHandler();
+    return true;
+}
+
+LcmpUdpEndpoint::Clock::time_point LcmpUdpEndpoint::nextEvent() const {
+    return m_eventPeriod.count() == 0 ? never : m_nextEvent;
+}
+
+LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitUntil(Clock::time_point time) {
+    const int error = lcmpudpdetail::awaitReadable(m_socket, millisecondsUntil(time));
+    if (error == EINTR)
+        return Slept::interrupted;
+    if (error == 0 || lcmpudpdetail::isPassing(error))
+        return Slept::through;
+    fail("wait on " + lcmpUdpToText(m_local), error);
+    return Slept::failed;
+}
+
+bool LcmpUdpEndpoint::parsePeer(const char* what, const std::string& address, std::uint16_t port,
+                                LcmpUdpAddress& peer) {
+    std::uint32_t host = 0;
+    if (!lcmpUdpParseHost(address, host))
+        return fail(what + address, "not an IPv4 address");
+    if (port == 0)
+        return fail(what + address, "nothing can be sent to port 0");
+    peer = {host, port};
+    return true;
+}
+
+bool LcmpUdpEndpoint::fail(const std::string& attempt, const char* reason) {
+    m_lastError = attempt + ": " + reason;
+    return false;
+}
+
+bool LcmpUdpEndpoint::fail(const std::string& attempt, int error) {
+    return fail(attempt, std::strerror(error));
+}

@@ -1,0 +1,160 @@
+// The way out: responses, events, and requests with the wait for their reply.
+#include <algorithm>
+#include <utility>
+
+#include "detail/frameHeader.h"
+#include "detail/udpExchange.h"
+#include "detail/udpSocket.h"
+#include "lcmpUdpEndpoint.h"
+
+namespace {
+
+constexpr int maxFrame = 65507;  // bytes of a datagram, after the headers of IP and UDP
+
+std::uint8_t replyActionOf(std::uint8_t action) {
+    return action == LCMP_ACTION_READ ? LCMP_ACTION_READ_RESPONSE : LCMP_ACTION_WRITE_RESPONSE;
+}
+
+}  // namespace
+
+bool LcmpUdpEndpoint::sendMessage(LCMPMessage* msg) {
+    // Out of the endpoint while it is filled and sent: a property asked for its value may send, too.
+    std::vector<char> frame = std::move(m_sendBuffer);
+    const bool sent = sendAny(msg, frame);
+    m_sendBuffer = std::move(frame);
+    return sent;
+}
+
+bool LcmpUdpEndpoint::sendAny(LCMPMessage* msg, std::vector<char>& frame) {
+    if (dynamic_cast<LCMPResponse*>(msg) != nullptr)
+        return sendResponseFrame(*msg, frame);
+    if (dynamic_cast<LCMPRequest*>(msg) != nullptr)
+        return sendRequestFrame(*msg, frame);
+    if (dynamic_cast<LCMPAmi*>(msg) != nullptr)
+        return sendEventFrame(*msg, frame);
+    return fail("send", "neither a request nor a response nor an event");
+}
+
+bool LcmpUdpEndpoint::encode(const LCMPMessage& msg, std::vector<char>& frame) {
+    const int header = msg.getHeaderSize();
+    const int elements = msg.sizeOfTlvs();
+    if (elements > maxFrame - header)
+        return fail("send", "the message is too long for a datagram");
+    frame.resize(static_cast<std::size_t>(header + elements));
+    return msg.serialize(frame.data(), header + elements) != 0 ||
+           fail("send", "the message cannot be serialised");
+}
+
+bool LcmpUdpEndpoint::sendResponseFrame(const LCMPMessage& msg, std::vector<char>& frame) {
+    if (m_served == nullptr || m_served->closings != m_closings || m_socket < 0)
+        return fail("response", "the peer that asked is out of reach");
+    if (m_served->answerless) {
+        ++m_counters.notAnswered;
+        return fail("response to " + lcmpUdpToText(m_served->peer), "responses and events are not answered");
+    }
+    return encode(msg, frame) && transmit(frame, m_served->peer, m_served->asked) == 0;
+}
+
+bool LcmpUdpEndpoint::sendEventFrame(const LCMPMessage& msg, std::vector<char>& frame) {
+    if (m_socket < 0)
+        return fail("event", "the endpoint is closed");
+    if (m_receivers.empty())
+        return fail("event", "no receiver was added");
+    if (!encode(msg, frame))
+        return false;
+    bool sentToAll = true;
+    for (const LcmpUdpAddress& receiver : m_receivers)
+        sentToAll = transmit(frame, receiver, 0) == 0 && sentToAll;
+    return sentToAll;
+}
+
+bool LcmpUdpEndpoint::sendRequestFrame(const LCMPMessage& msg, std::vector<char>& frame) {
+    replyBuffer.clear();
+    if (m_socket < 0)
+        return fail("request", "the endpoint is closed");
+    if (m_target.port == 0)
+        return fail("request", "no target was set");
+    if (!encode(msg, frame))
+        return false;
+    ++m_counters.requests;
+    return exchange({replyActionOf(msg.getAction()), msg.getMessageId()}, frame);
+}
+
+bool LcmpUdpEndpoint::exchange(const ReplyMatch& match, const std::vector<char>& frame) {
+    Milliseconds wait = m_firstTry;
+    for (int left = m_tries; left > 0; --left) {
+        m_counters.retries += left == m_tries ? 0 : 1;
+        const int error = transmit(frame, m_target, 0);
+        if (error != 0 && !lcmpudpdetail::isPassing(error))
+            return false;
+        const Clock::duration awaited = left == 1 ? wait : withJitter(wait);
+        const Waited waited = awaitReply(match, Clock::now() + awaited);
+        if (waited != Waited::timedOut)
+            return waited == Waited::replied && takeReply();
+        wait = std::min(wait * 2, longestWait);
+    }
+    ++m_counters.timeouts;
+    return fail("request to " + lcmpUdpToText(m_target), "no reply in time");
+}
+
+// Nothing is handled in here but the counters and the queue: whoever sends the request finds its objects,
+// after the wait, as they were before.
+LcmpUdpEndpoint::Waited LcmpUdpEndpoint::awaitReply(const ReplyMatch& match, Clock::time_point deadline) {
+    for (;;) {
+        Datagram datagram;
+        const Taken taken = receive(datagram);
+        if (taken == Taken::failed)
+            return Waited::failed;
+        if (taken == Taken::datagram && isReply(match, datagram)) {
+            replyBuffer.assign(m_receiveBuffer.get(), datagram.size);
+            return Waited::replied;
+        }
+        if (taken == Taken::datagram)
+            sortAside(datagram);
+        if (Clock::now() >= deadline)
+            return Waited::timedOut;
+        if (taken != Taken::nothing)
+            continue;
+        if (waitUntil(deadline) == Slept::failed)
+            return Waited::failed;
+    }
+}
+
+bool LcmpUdpEndpoint::isReply(const ReplyMatch& match, const Datagram& datagram) const {
+    const auto header = lcmpudpdetail::readFrameHeader(m_receiveBuffer.get(), datagram.size);
+    return isTarget(datagram.peer) && header.spoken && header.action == match.action &&
+           header.messageId == match.messageId;
+}
+
+void LcmpUdpEndpoint::sortAside(const Datagram& datagram) {
+    if (lcmpudpdetail::readFrameHeader(m_receiveBuffer.get(), datagram.size).isResponse())
+        countStray(datagram.peer);
+    else
+        keep(datagram);
+}
+
+bool LcmpUdpEndpoint::takeReply() {
+    ++m_counters.handled;
+    // Out of the endpoint while the hook runs: a request of its own would overwrite it.
+    std::string reply = std::move(replyBuffer);
+    const LcmpUdpAddress from = m_target;
+    frameReceived(from, reply.data(), static_cast<int>(reply.size()));
+    replyBuffer = std::move(reply);
+    return true;
+}
+
+LcmpUdpEndpoint::Clock::duration LcmpUdpEndpoint::withJitter(Milliseconds wait) {
+    std::uniform_int_distribution<int> permille(750, 1250);
+    return Clock::duration(wait) / 1000 * permille(m_random);
+}
+
+int LcmpUdpEndpoint::transmit(const std::vector<char>& frame, const LcmpUdpAddress& to, std::uint32_t from) {
+    const int error = lcmpudpdetail::sendDatagram(m_socket, frame.data(), frame.size(), to, from);
+    if (error == 0) {
+        ++m_counters.sent;
+    } else {
+        ++m_counters.sendFailures;
+        fail("send to " + lcmpUdpToText(to), error);
+    }
+    return error;
+}

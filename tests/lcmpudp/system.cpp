@@ -1,0 +1,130 @@
+#include "system.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <time.h>
+
+#include <cerrno>
+
+namespace {
+
+System* current = nullptr;
+
+System* watching(int fileDescriptor) {
+    return current != nullptr && current->watches(fileDescriptor) ? current : nullptr;
+}
+
+template <typename Function>
+Function* next(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+int takeError(std::deque<int>& errors) {
+    if (errors.empty())
+        return 0;
+    const int error = errors.front();
+    errors.pop_front();
+    return error;
+}
+
+int realPoll(pollfd* sockets, nfds_t count, int milliseconds) {
+    static const auto real = next<int(pollfd*, nfds_t, int)>("poll");
+    return real(sockets, count, milliseconds);
+}
+
+int waitFrozen(System& system, pollfd* sockets, nfds_t count, int milliseconds) {
+    const int ready = realPoll(sockets, count, 0);
+    if (ready != 0)
+        return ready;
+    if (milliseconds < 0) {
+        ADD_FAILURE() << "waits for ever, and nothing comes";
+        errno = EINTR;
+        return -1;
+    }
+    system.advance(LcmpUdpEndpoint::Milliseconds(milliseconds));
+    return 0;
+}
+
+}  // namespace
+
+// The endpoint's calls end here: a definition in the program comes before the C library's.
+#define INTERPOSED extern "C" __attribute__((visibility("default")))
+
+INTERPOSED ssize_t recvmsg(int fileDescriptor, msghdr* message, int flags) {
+    static const auto real = next<ssize_t(int, msghdr*, int)>("recvmsg");
+    System* const system = watching(fileDescriptor);
+    if (system == nullptr)
+        return real(fileDescriptor, message, flags);
+    ++system->receives;
+    const int error = takeError(system->receiveErrors);
+    if (error != 0) {
+        errno = error;
+        return -1;
+    }
+    const ssize_t received = real(fileDescriptor, message, flags);
+    if (received >= 0 && system->cutsNextDatagram) {
+        message->msg_flags |= MSG_TRUNC;
+        system->cutsNextDatagram = false;
+    }
+    if (received >= 0 && system->hidesAskedAddress)
+        message->msg_controllen = 0;
+    return received;
+}
+
+INTERPOSED ssize_t sendmsg(int fileDescriptor, const msghdr* message, int flags) {
+    static const auto real = next<ssize_t(int, const msghdr*, int)>("sendmsg");
+    System* const system = watching(fileDescriptor);
+    if (system == nullptr)
+        return real(fileDescriptor, message, flags);
+    ++system->sends;
+    const int error = takeError(system->sendErrors);
+    if (error != 0) {
+        errno = error;
+        return -1;
+    }
+    const ssize_t sent = real(fileDescriptor, message, flags);
+    const int sendError = errno;
+    system->onSent();
+    errno = sendError;
+    return sent;
+}
+
+// Under a name of its own here: the system's declaration says that nothing of the array is read.
+INTERPOSED int pollOfTheTests(pollfd* sockets, nfds_t count, int milliseconds) __asm__("poll");
+
+int pollOfTheTests(pollfd* sockets, nfds_t count, int milliseconds) {
+    System* const system = count == 1 ? watching(sockets->fd) : nullptr;
+    if (system == nullptr)
+        return realPoll(sockets, count, milliseconds);
+    ++system->waits;
+    system->waitTimes.push_back(milliseconds);
+    const int error = takeError(system->waitErrors);
+    if (error != 0) {
+        errno = error;
+        return -1;
+    }
+    system->onWait();
+    return system->timeIsFrozen() ? waitFrozen(*system, sockets, count, milliseconds)
+                                  : realPoll(sockets, count, milliseconds);
+}
+
+INTERPOSED int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    static const auto real = next<int(clockid_t, timespec*)>("clock_gettime");
+    if (current == nullptr || !current->timeIsFrozen() || clock != CLOCK_MONOTONIC)
+        return real(clock, time);
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(current->time());
+    time->tv_sec = static_cast<time_t>(seconds.count());
+    time->tv_nsec = static_cast<long>((current->time() - seconds).count());
+    return 0;
+}
+
+System::System(const LcmpUdpEndpoint& endpoint) : m_socket(endpoint.getFileDescriptor()) { current = this; }
+
+System::~System() { current = nullptr; }
+
+void System::freezeTime() {
+    m_time = LcmpUdpEndpoint::Clock::now().time_since_epoch();
+    m_frozen = true;
+}

@@ -1,0 +1,85 @@
+#!/usr/bin/env python3
+"""What docs.py finds wrong with a document, one fault at a time."""
+import pathlib
+import tempfile
+import unittest
+
+import docs
+
+PROGRAM = "int main() {}\n"
+FRAME = "# a read\n4F54 4E31 01   # magic, version\n01 0007\n"
+HEADER = "enum Level : unsigned {\n    LEVEL_LOW = 0,   ///< = 5 below\n    LEVEL_HIGH = 10\n};\n"
+README = """# Title of it
+
+<!-- same as: program.cpp -->
+
+```cpp
+int main() {}
+```
+
+<!-- bytes of: read.frame -->
+
+```
+4F 54 4E 31 | 01 | 01 | 00 07   # OTN1, version 1, read, message 7
+```
+
+<!-- values of: level.h Level -->
+
+| code | name |
+|---|---|
+| 0 | `LEVEL_LOW` |
+| 10 | `LEVEL_HIGH` |
+
+<!-- files of: src -->
+
+```
+one.h  two.cpp
+```
+
+See [the program](program.cpp), [above](#title-of-it), [there](docs/more.md#2-rows-and-columns), [out](https://example.org/none).
+"""
+
+
+class Documents(unittest.TestCase):
+    def faults(self, readme=README, **changed):
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder).resolve()
+            files = {"README.md": readme, "program.cpp": PROGRAM, "read.frame": FRAME, "level.h": HEADER, "src/one.h": "",
+                     "src/two.cpp": "", "docs/more.md": "## 2. Rows, and `columns`\n", **changed.get("files", {})}
+            for name, text in files.items():
+                (root / name).parent.mkdir(exist_ok=True)
+                (root / name).write_text(text, encoding="utf-8")
+            return docs.faults_of(root)[0]
+
+    def expect(self, fault, readme=README, **changed):
+        self.assertEqual(self.faults(readme, **changed), [f"README.md: {fault}"])
+
+    def test_a_document_that_quotes_what_stands_has_none(self):
+        self.assertEqual(self.faults(), [])
+
+    def test_a_program_that_has_moved_on_is_found(self):
+        self.expect("does not agree with program.cpp (same as)", files={"program.cpp": PROGRAM + "\n"})
+
+    def test_other_bytes_are_found(self):
+        self.expect("does not agree with read.frame (bytes of)", README.replace("00 07 ", "00 08 "))
+
+    def test_an_enumerator_that_differs_or_is_missing_is_found(self):
+        for readme in [README.replace("| 10 |", "| 11 |"), README.replace("`LEVEL_LOW`", "`LEVEL_LO`"),
+                       README.replace("| 10 | `LEVEL_HIGH` |\n", "")]:
+            self.expect("does not agree with level.h (values of Level)", readme)
+
+    def test_a_file_that_is_not_named_or_no_longer_there_is_found(self):
+        self.expect("does not agree with src (files of)", files={"src/three.h": ""})
+        self.expect("does not agree with src (files of)", README.replace("two.cpp", "two.cpp three.cpp"))
+
+    def test_a_quote_of_nothing_is_found(self):
+        self.expect("quotes gone.cpp, which does not exist", README.replace("as: program.cpp", "as: gone.cpp"))
+        self.expect("has no block to hold against read.frame", README.replace("```\n4F", "4F"))
+
+    def test_a_link_that_leads_nowhere_is_found(self):
+        self.expect("links to gone.cpp, which does not exist", README.replace("(program.cpp)", "(gone.cpp)"))
+        self.expect("links to #top, and there is no such heading", README.replace("(#title-of-it)", "(#top)"))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Installs a build into an empty prefix and has the project in consumer/ find, build, link and run against it.
+#
+# usage: installed.sh BUILD_FOLDER COMPILER BUILD_TYPE [COMPILER_FLAGS]
+set -euo pipefail
+
+build=$1 compiler=$2 build_type=$3 flags=${4:-}
+consumer=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/consumer
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build" --prefix "$work/prefix" >"$work/install.log" || { cat "$work/install.log"; exit 1; }
+
+hidden=$(find "$work/prefix" -path '*detail*' -o -name '*.cpp')
+[ -z "$hidden" ] || { echo "installed, and should not be: $hidden"; exit 1; }
+
+# The consumer stands outside this tree, so that it cannot find anything here by chance.
+cp -r "$consumer" "$work/consumer"
+cmake -S "$work/consumer" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
+    -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE="$build_type" -DCMAKE_CXX_FLAGS="$flags"
+cmake --build "$work/build"
+ctest --test-dir "$work/build" --output-on-failure --no-tests=error

@@ -1,0 +1,55 @@
+// What arrives from cards, as lines: every value that an event reports, and every gap in a card's numbering.
+#pragma once
+
+#include <map>
+#include <ostream>
+#include <string>
+#include <utility>
+
+#include "lcmpUdpAddress.h"
+#include "standardNames.h"
+#include "value.h"
+
+class LCMPAmi;
+
+namespace tool {
+
+/// Takes the frames of any number of cards, told apart by address and port, and prints each line as it comes,
+/// flushed. Values are named after the standard card; others show their OID. Requests of a card are not
+/// shown, but they share the numbering of its events. What is malformed is told to `diagnostics`.
+class EventLog {
+public:
+    enum class Format { text, jsonl };
+
+    /// Prints at most `limit` values; 0: any number. The streams outlive the log.
+    EventLog(std::ostream& out, std::ostream& diagnostics, Format format, unsigned long limit);
+
+    /// A received datagram. The same datagram twice in a row is shown once.
+    void take(const LcmpUdpAddress& card, const char* frame, int size);
+
+    /// Whether the limit is reached.
+    bool full() const { return m_limit != 0 && m_printed >= m_limit; }
+
+private:
+    struct Card {
+        std::string lastFrame;
+        int lastId = -1;                         // none yet
+        std::map<unsigned int, Element> values;  // the last of each, by OID
+    };
+
+    Card& cardAt(const LcmpUdpAddress& address);
+    void followNumbering(const std::string& time, const std::string& name, Card& card, int id);
+    void printGap(const std::string& time, const std::string& name, int expected, int received);
+    void takeEvent(const LCMPAmi& event, const std::string& name, Card& card, const char* frame, int size);
+    void printValue(const std::string& time, const std::string& name, Card& card, const Element& element);
+    void complain(const std::string& name, const std::string& problem);
+
+    std::ostream& m_out;
+    std::ostream& m_diagnostics;
+    Format m_format;
+    unsigned long m_limit;
+    unsigned long m_printed = 0;
+    std::map<std::pair<std::uint32_t, std::uint16_t>, Card> m_cards;
+};
+
+}  // namespace tool

@@ -1,0 +1,122 @@
+#include "output.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
+#include <set>
+
+namespace tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+bool isUtf8(const std::string& text) {
+    try {
+        (void)Json(text).dump();
+        return true;
+    } catch (const Json::type_error&) {
+        return false;
+    }
+}
+
+bool isDone(const Outcome& outcome) {
+    return outcome.status == ExitStatus::done && outcome.value.has_value();
+}
+
+Json outcomeJson(const std::string& card, const Variable& variable, const Outcome& outcome) {
+    Json object = {{"card", card}, {"oid", oidText(variable.oid)}, {"name", variable.name}};
+    if (isDone(outcome)) {
+        addJsonValue(*outcome.value, object);
+        if (*variable.unit != '\0')
+            object["unit"] = variable.unit;
+    } else {
+        Json error = Json::object();
+        if (outcome.result != 0)
+            error["result"] = outcome.result;
+        error["text"] = outcome.problem;
+        object["error"] = error;
+    }
+    return object;
+}
+
+std::string csvField(const std::string& text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos)
+        return text;
+    std::string field = "\"";
+    for (const char c : text)
+        field += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return field + '"';
+}
+
+void printCsv(std::ostream& out, const std::string& card, const Variable& variable, const Outcome& outcome) {
+    out << card << ',' << oidText(variable.oid) << ',' << variable.name << ',';
+    if (isDone(outcome))
+        out << lcmpTlvTypeName(outcome.value->type()) << ',' << csvField(plainText(*outcome.value)) << ",\n";
+    else
+        out << ",," << csvField(outcome.problem) << '\n';
+}
+
+void printText(std::ostream& out, const Variable& variable, const Outcome& outcome) {
+    if (!isDone(outcome))
+        return;
+    out << variable.name << " = " << displayText(*outcome.value);
+    if (*variable.unit != '\0')
+        out << ' ' << variable.unit;
+    out << '\n';
+}
+
+}  // namespace
+
+void addFormatOption(CLI::App& verb, std::string& format, const std::vector<std::string>& formats,
+                     const std::string& json) {
+    CLI::Option* option = verb.add_option("-o,--output", format, "How to print")
+                              ->type_name("FORMAT")
+                              ->check(CLI::IsMember(formats))
+                              ->capture_default_str();
+    verb.add_flag_callback(
+            "--json", [&format, json] { format = json; }, "The same as -o " + json)
+        ->excludes(option);
+}
+
+std::string jsonLine(const Json& value) {
+    return value.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+void addJsonValue(const Element& element, Json& object) {
+    object["type"] = lcmpTlvTypeName(element.type());
+    object["value"] = jsonValue(element);
+    if (element.type() == STRING && !isUtf8(element.bytes()))
+        object["bytes"] = hexText(element.bytes());
+}
+
+void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAddress& card,
+                   const std::vector<Variable>& variables, const std::vector<Outcome>& outcomes) {
+    const std::string cardText = lcmpUdpToText(card);
+    Json all = Json::array();
+    if (format == "csv")
+        out << "card,oid,name,type,value,error\n";
+    for (std::size_t i = 0; i < variables.size(); ++i) {
+        if (format == "json")
+            all.push_back(outcomeJson(cardText, variables[i], outcomes[i]));
+        else if (format == "jsonl")
+            out << jsonLine(outcomeJson(cardText, variables[i], outcomes[i]));
+        else if (format == "csv")
+            printCsv(out, cardText, variables[i], outcomes[i]);
+        else if (format == "value")
+            out << (isDone(outcomes[i]) ? plainText(*outcomes[i].value) : "") << '\n';
+        else
+            printText(out, variables[i], outcomes[i]);
+    }
+    if (format == "json")
+        out << all.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+void printProblems(const std::vector<Outcome>& outcomes) {
+    std::set<std::string> said;
+    for (const Outcome& outcome : outcomes) {
+        if (outcome.status != ExitStatus::done && said.insert(outcome.problem).second)
+            std::cerr << "lcmp: " << outcome.problem << '\n';
+    }
+}
+
+}  // namespace tool

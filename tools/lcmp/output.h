@@ -1,0 +1,39 @@
+// How data is printed: variables and their values in the formats that -o offers. Nothing else goes to
+// standard output.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "exchange.h"
+#include "lcmpUdpAddress.h"
+
+namespace CLI {
+class App;
+}
+
+namespace tool {
+
+/// Adds -o FORMAT, one of `formats`, and --json to a verb; `format` receives its text and holds the default.
+/// Of verbs whose output has no end, --json means `json` = "jsonl".
+void addFormatOption(CLI::App& verb, std::string& format, const std::vector<std::string>& formats,
+                     const std::string& json = "json");
+
+/// One line of JSON. Bytes that are no UTF-8 are replaced.
+std::string jsonLine(const nlohmann::ordered_json& value);
+
+/// Adds "type" and "value" to a JSON object, and "bytes" in hexadecimal for a text that is no UTF-8.
+void addJsonValue(const Element& element, nlohmann::ordered_json& object);
+
+/// Prints what became of the variables of one card. text: one line each that was done, "name = value unit".
+/// json and jsonl: every variable, with "value" or with "error". csv: the same with a heading. value: one
+/// line each, the bare value, empty where there is none.
+void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAddress& card,
+                   const std::vector<Variable>& variables, const std::vector<Outcome>& outcomes);
+
+/// Prints what went wrong to standard error, each problem once.
+void printProblems(const std::vector<Outcome>& outcomes);
+
+}  // namespace tool

@@ -1,0 +1,80 @@
+// lcmp set: writes variables.
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+
+#include "clientOptions.h"
+#include "exchange.h"
+#include "output.h"
+#include "target.h"
+#include "verbs.h"
+
+namespace tool {
+namespace {
+
+struct SetOptions {
+    std::string target;
+    std::vector<std::string> assignments;
+    std::string format = "text";
+    ClientOptions client;
+};
+
+Assignment parseAssignment(const std::string& text) {
+    const auto equals = text.find('=');
+    if (equals == std::string::npos)
+        throw Failure(ExitStatus::usage, "'" + text + "' gives no value; write NAME=VALUE");
+    const Variable variable = resolveVariable(text.substr(0, equals));
+    if (!variable.type)
+        throw Failure(ExitStatus::usage, "the type of " + variable.name + " is not known; write it, like " +
+                                             variable.name + ":UINT32=" + text.substr(equals + 1));
+    Assignment assignment{variable, Element(variable.oid)};
+    try {
+        parseValue(*variable.type, text.substr(equals + 1), assignment.value);
+    } catch (const Failure& failure) {
+        throw Failure(failure.status(), variable.name + ": " + failure.what());
+    }
+    return assignment;
+}
+
+ExitStatus set(const SetOptions& options) {
+    const ClientSettings settings = applyClientOptions(options.client);
+    std::vector<Assignment> assignments;
+    std::vector<Variable> variables;
+    for (const std::string& text : options.assignments) {
+        assignments.push_back(parseAssignment(text));
+        variables.push_back(assignments.back().variable);
+    }
+    const LcmpUdpAddress card = parseTarget(options.target);
+    const std::vector<Outcome> outcomes = Exchange(card, settings).write(assignments);
+    printOutcomes(std::cout, options.format, card, variables, outcomes);
+    printProblems(outcomes);
+    return overallStatus(outcomes);
+}
+
+}  // namespace
+
+void addSetVerb(CLI::App& program, ExitStatus& status) {
+    const auto options = std::make_shared<SetOptions>();
+    CLI::App* verb = program.add_subcommand("set", "Writes variables of a card");
+    verb->add_option("TARGET", options->target, "The card, HOST[:PORT]; the port is 17470 unless given")
+        ->required()
+        ->type_name("");
+    verb->add_option(
+            "ASSIGNMENT", options->assignments,
+            "NAME=VALUE, any number; those that fit into one request are written together or not at all")
+        ->required()
+        ->type_name("");
+    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
+    addClientOptions(*verb, options->client);
+    verb->footer(
+        "A NAME is object.variable, object[row].variable, or an OID with the type of the value. A VALUE is a "
+        "number\n"
+        "in decimal or 0x, true or false, text, a dotted IPv4 address, a MAC address with colons, a time "
+        "like\n"
+        "2024-05-01T12:00:00Z or seconds since 1970, or bytes in hexadecimal, as the type asks.\n\n"
+        "Examples: lcmp set 192.0.2.1 control.bpClkRef=3\n"
+        "          lcmp set 192.0.2.1 0x50c10005:UINT32=7");
+    verb->callback([options, &status] { status = set(*options); });
+}
+
+}  // namespace tool

@@ -1,0 +1,25 @@
+// Ending a program that runs until it is told to stop.
+#pragma once
+
+#include <chrono>
+
+namespace tool {
+
+/// While it lives, SIGINT and SIGTERM are a wish to stop instead of the end of the process; the second one
+/// ends it as usual. One at a time in a process.
+class StopSignals {
+public:
+    StopSignals();
+    ~StopSignals();
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+
+    /// Whether a signal has come.
+    bool stopped() const;
+
+    /// Waits until the file descriptor is readable, a signal comes, or the time is over (negative: never). A
+    /// signal that came before ends the wait at once.
+    void waitReadable(int fileDescriptor, std::chrono::milliseconds timeout) const;
+};
+
+}  // namespace tool
