@@ -2,35 +2,18 @@
 //
 // usage: bench_card PORT scalar|table [OBJECTS]
 //
-// Serves the variables as one scalar or as one table, registered behind so many others that there are OBJECTS.
+// Serves the variables as one scalar or as one table, registered behind so many others that there are
+// OBJECTS.
 #include <csignal>
 #include <cstring>
 
 #include "fillerObjects.h"
 #include "lcmpUdpEndpoint.h"
+#include "servedObjects.h"
 #include "serving.h"
 #include "traceObject.h"
-#include "variables.h"
 
 namespace {
-
-LcmpProperty* newVariable(unsigned int id, unsigned int number) {
-    return new TypeProperty<unsigned int>(id, "value", IFC_CARD_VAR_WRITABLE, bench::valueOf(number), true);
-}
-
-std::unique_ptr<LcmpObject> makeScalar() {
-    auto scalar = std::make_unique<LcmpScalar>("scalar", bench::scalarGroup, false);
-    for (unsigned int number = 0; number < bench::scalarVariables; ++number)
-        scalar->addProp(newVariable(number, number), 0);
-    return scalar;
-}
-
-std::unique_ptr<LcmpObject> makeTable() {
-    auto table = std::make_unique<LcmpTable>("table", bench::tableId, false, bench::tableRows);
-    for (unsigned int number = 0; number < bench::tableVariables; ++number)
-        table->addProp(newVariable(bench::columnOf(number), number), bench::rowOf(number));
-    return table;
-}
 
 volatile std::sig_atomic_t stopped = 0;
 
@@ -45,7 +28,7 @@ int main(int argc, char** argv) {
     trace.setLevel(3);
     g_traceObject = &trace;
 
-    const std::unique_ptr<LcmpObject> served = isTable ? makeTable() : makeScalar();
+    const std::unique_ptr<LcmpObject> served = isTable ? bench::makeTable() : bench::makeScalar();
     const bench::FillerObjects others(objects - 1, *served);
     LcmpUdpEndpoint endpoint;
     others.registerAll(endpoint);

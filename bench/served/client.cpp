@@ -1,11 +1,11 @@
-// The one client. It asks two servers in turns, the same number of requests each time, and prints what each of them
-// answered in a second.
+// The one client. It asks two servers in turns, the same number of requests each time, and prints what each
+// of them answered in a second.
 //
 // usage: bench_client A B VARIABLES fixed|varied IN_FLIGHT PAIRS SECONDS
 //
-// A, B: echo:PORT, card:PORT, snmp:PORT or coap:PORT. IN_FLIGHT 1 waits for each reply before the next request.
-// SECONDS is about how long all the pairs take together. Prints one line a pair: requests per second of A and of B.
-// Before it measures it asks every question once and compares the answer with the right one.
+// A, B: echo:PORT, card:PORT, snmp:PORT or coap:PORT. IN_FLIGHT 1 waits for each reply before the next
+// request. SECONDS is about how long all the pairs take together. Prints one line a pair: requests per second
+// of A and of B. Before it measures it asks every question once and compares the answer with the right one.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -26,7 +26,8 @@ using bench::stop;
 using Clock = std::chrono::steady_clock;
 
 constexpr unsigned int variedRequests = 1024;
-constexpr unsigned int longestMeasurement = 60;  // seconds; a reply that is lost would be waited for without end
+constexpr unsigned int longestMeasurement =
+    60;  // seconds; a reply that is lost would be waited for without end
 
 double secondsOf(Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
 

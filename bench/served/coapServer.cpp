@@ -1,5 +1,5 @@
-// A peer: a libcoap server with one resource for each number of variables that is asked for. A GET is answered
-// with the values, four big-endian bytes each, written anew from memory for each request.
+// A peer: a libcoap server with one resource for each number of variables that is asked for. A GET is
+// answered with the values, four big-endian bytes each, written anew from memory for each request.
 //
 // usage: bench_coap_server PORT
 #include <arpa/inet.h>

@@ -1,8 +1,9 @@
 #include "requests.h"
 
 #include <algorithm>
-#include <random>
+#include <utility>
 
+#include "draw.h"
 #include "variables.h"
 
 namespace bench {
@@ -74,7 +75,9 @@ std::string snmpName(unsigned int variable) {
 }
 
 // The first byte keeps the number positive and four bytes long, whatever its low half is.
-std::string snmpNumber(std::uint32_t number) { return ber(berInteger, big(0x40000000U | (number & 0xFFFF), 4)); }
+std::string snmpNumber(std::uint32_t number) {
+    return ber(berInteger, big(0x40000000U | (number & 0xFFFF), 4));
+}
 
 std::string snmpRequest(const Question& question) {
     std::string bindings;
@@ -86,7 +89,8 @@ std::string snmpRequest(const Question& question) {
     return ber(berSequence, version + ber(berText, "public") + get);
 }
 
-// Opens an element of this tag: what is left is its content. Agents may write lengths longer than they need to be.
+// Opens an element of this tag: what is left is its content. Agents may write lengths longer than they need
+// to be.
 bool enter(std::string_view& rest, char tag) {
     if (rest.size() < 2 || rest[0] != tag)
         return false;
@@ -174,17 +178,10 @@ Question fixedQuestion(unsigned int count) {
 }
 
 std::vector<Question> variedQuestions(unsigned int questions, unsigned int count) {
-    std::vector<unsigned int> all(tableVariables);
-    for (unsigned int variable = 0; variable < tableVariables; ++variable)
-        all[variable] = variable;
-    std::mt19937 random(1);
-    std::vector<Question> drawn(questions);
-    for (Question& question : drawn) {
-        question.ofTable = true;
-        std::shuffle(all.begin(), all.end(), random);
-        question.variables.assign(all.begin(), all.begin() + count);
-    }
-    return drawn;
+    std::vector<Question> varied;
+    for (auto& variables : draw(questions, count, tableVariables))
+        varied.push_back({true, std::move(variables)});
+    return varied;
 }
 
 Request::Request(Peer peer, const Question& question)

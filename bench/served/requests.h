@@ -23,8 +23,8 @@ struct Question {
 /// The first `count` variables of the scalar.
 Question fixedQuestion(unsigned int count);
 
-/// So many questions for `count` variables each, drawn from the whole table, a variable at most once in a question.
-/// The same questions every time.
+/// So many questions for `count` variables each, drawn from the whole table, a variable at most once in a
+/// question. The same questions every time.
 std::vector<Question> variedQuestions(unsigned int questions, unsigned int count);
 
 /// A frame with its number still open.

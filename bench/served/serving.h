@@ -1,5 +1,5 @@
-// What the servers have in common: they are started with a port of the loopback address, say when they listen,
-// and end with whoever started them.
+// What the servers have in common: they are started with a port of the loopback address, say when they
+// listen, and end with whoever started them.
 #pragma once
 
 #include <sys/prctl.h>

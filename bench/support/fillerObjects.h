@@ -8,8 +8,8 @@
 
 namespace bench {
 
-/// So many scalars and tables with one variable each, none of which has the kind, the id and the common flag of
-/// `spared`. There are 164 such triples; when they run out they are used again.
+/// So many scalars and tables with one variable each, none of which has the kind, the id and the common flag
+/// of `spared`. There are 164 such triples; when they run out they are used again.
 class FillerObjects {
 public:
     FillerObjects(unsigned int count, const LcmpObject& spared) {

@@ -384,6 +384,13 @@ TEST(IpAddressProperty, PrintsItsIdInDecimal) {
               lineHead("255", "ip") + "        ff(def = ff)\n");
 }
 
+TEST(IpAddressProperty, PrintsTheSameInEveryLocale) {
+    const IpAddressProperty property(1234567, "ip", IFC_CARD_VAR_WRITABLE, 0xC0A80001U, false);
+    const std::string line = property.str();
+    const GroupedDigits locale;
+    EXPECT_EQ(property.str(), line);
+}
+
 // ---------------------------------------------------------------- time
 
 namespace {
@@ -497,4 +504,11 @@ TEST(UnixTimeProperty, PrintsSecondsInDecimal) {
               "  7 |                                     time :           1700000000(def = 1700000000)\n");
     property.set(earliest);
     EXPECT_EQ(property.str(), lineHead("  7", "time") + "-9223372036854775808(def = 1700000000)\n");
+}
+
+TEST(UnixTimeProperty, PrintsTheSameInEveryLocale) {
+    const UnixTimeProperty property(1234567, "time", IFC_CARD_VAR_WRITABLE, 1700000000, true);
+    const std::string line = property.str();
+    const GroupedDigits locale;
+    EXPECT_EQ(property.str(), line);
 }

@@ -14,6 +14,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr const char* reportingFile = "lcmpReporting.cpp";
+constexpr const char* receivingFile = "lcmpRequesting.cpp";
 
 using Byte = TypeProperty<unsigned char>;
 
@@ -664,34 +665,34 @@ void receive(const Elements& elements, bool accepted = true) {
 }  // namespace
 
 TEST(ReceivedAmiLog, TellsThatItIsHandled) {
-    EXPECT_LOGS_FROM(reportingFile, "handleAmi", "DEBUG1", "handle AMI message", [] { receive({}); });
+    EXPECT_LOGS_FROM(receivingFile, "handleAmi", "DEBUG1", "handle AMI message", [] { receive({}); });
 }
 
 TEST(ReceivedAmiLog, TellsThatAMessageIsNone) {
-    EXPECT_LOGS_FROM(reportingFile, "handleAmi", "ERROR", "handleAmi got a message that is not an AMI!", [] {
+    EXPECT_LOGS_FROM(receivingFile, "handleAmi", "ERROR", "handleAmi got a message that is not an AMI!", [] {
         GuardedBytes frameBytes(header(3, 1) + std::string(8, '\0'));
         Card().handleAmi(frameBytes.size(), frameBytes.data());
     });
 }
 
 TEST(ReceivedAmiLog, TellsWhichVariableIsFound) {
-    EXPECT_LOGS_FROM(reportingFile, "handleAmi", "DEBUG2", "prop found to update: type 3, oid 11800002", [] {
+    EXPECT_LOGS_FROM(receivingFile, "handleAmi", "DEBUG2", "prop found to update: type 3, oid 11800002", [] {
         receive({{bpClkRef, UINT8, "01"}});
     });
 }
 
 TEST(ReceivedAmiLog, TellsWhichOidIsUnknown) {
     const auto action = [] { receive({{unknownOid, UINT8, "01"}}); };
-    EXPECT_LOGS_FROM(reportingFile, "handleAmi", "ERROR",
+    EXPECT_LOGS_FROM(receivingFile, "handleAmi", "ERROR",
                      "the following oid is not found in the registered objects, skipping!", action);
-    EXPECT_LOGS_FROM(reportingFile, "handleAmi", "ERROR", "prop NOT found to update: oid 0x3800001", action);
+    EXPECT_LOGS_FROM(receivingFile, "handleAmi", "ERROR", "prop NOT found to update: oid 0x3800001", action);
 }
 
 TEST(ReceivedAmiLog, TellsWhichVariableIsSkipped) {
     const auto action = [] { receive({{bpClkRef, INT8, "01"}}); };
-    EXPECT_LOGS_FROM(reportingFile, "handleAmi", "ERROR",
+    EXPECT_LOGS_FROM(receivingFile, "handleAmi", "ERROR",
                      "AMI message received has incorrect property with id 0x11800002 and error 6", action);
-    EXPECT_LOGS_FROM(reportingFile, "handleAmi", "ERROR", "skipping this property!", action);
+    EXPECT_LOGS_FROM(receivingFile, "handleAmi", "ERROR", "skipping this property!", action);
     EXPECT_LOGS("ERROR", "AMI message received has incorrect property with id 0x11800002 and error 8", [] {
         receive({{bpClkRef, UINT8, "0001"}});
     });
@@ -704,7 +705,7 @@ TEST(ReceivedAmiLog, TellsWhetherTheObjectCouldUseTheValue) {
         return card.property(temperatureOf(2)).str();
     }();
     for (const bool succeeds : {true, false}) {
-        EXPECT_LOGS_FROM(reportingFile, "handleAmi", "DEBUG2",
+        EXPECT_LOGS_FROM(receivingFile, "handleAmi", "DEBUG2",
                          std::string("updated() call ") + (succeeds ? "succeeded" : "failed\n") + " for " +
                              text + ", row 2",
                          [&] {
@@ -716,7 +717,7 @@ TEST(ReceivedAmiLog, TellsWhetherTheObjectCouldUseTheValue) {
 }
 
 TEST(ReceivedAmiLog, TellsThatTheApplicationRefused) {
-    EXPECT_LOGS_FROM(reportingFile, "handleAmi", "ERROR", "amiMessageHandler reported failure!", [] {
+    EXPECT_LOGS_FROM(receivingFile, "handleAmi", "ERROR", "amiMessageHandler reported failure!", [] {
         receive({{bpClkRef, UINT8, "01"}}, false);
     });
 }

@@ -110,7 +110,7 @@ public:
     bool request(const std::string& requestFrame, const char* from = controller) {
         m_asked = requestFrame;
         if (requestFrame.size() >= requestHeader)
-            m_nextId = static_cast<unsigned int>(number(requestFrame, 6, 2)) + 1 & 0xFFFF;
+            m_nextId = static_cast<unsigned int>(number(requestFrame, 6, 2) + 1) & 0xFFFF;
         const auto before = sent.size();
         const bool handled = receive(requestFrame, from);
         m_answers = sent.size() - before;
@@ -144,7 +144,7 @@ public:
     LcmpProperty& property(unsigned int oid) {
         const Silence silence;
         for (LcmpObject* object : lcmpObjects) {
-            LcmpProperty* found = object->getPropFromOID(oid);
+            LcmpProperty* found = object != nullptr ? object->getPropFromOID(oid) : nullptr;
             if (found != nullptr)
                 return *found;
         }

@@ -488,6 +488,8 @@ TYPED_TEST(NumericProperty, ChecksItsWidthWhateverLengthIsTold) {
 }
 
 TYPED_TEST(NumericProperty, RefusesAValueOfNegativeLength) {
+    auto unchecked = this->quiet(TypeParam{1});
+    EXPECT_FALSE(accepts(unchecked, bytes(Wire<TypeParam>::rows()[1].wire), -1));
     CheckBook book;
     TypeProperty<TypeParam> checked(varOid, "number", IFC_CARD_VAR_WRITABLE, TypeParam{1},
                                     new CountingCheck<TypeParam>(book, true));
@@ -581,6 +583,80 @@ TEST(NumericPropertyText, CutsNeitherALongIdNorALongName) {
     const std::string name(45, 'n');
     EXPECT_EQ(TypeProperty<int>(4294967295U, name.c_str(), IFC_CARD_VAR_WRITABLE, 3).str(),
               "4294967295 | " + name + " : " + inColumnsOf20("3") + "  (def = 3)\n");
+}
+
+TEST(NumericPropertyText, IsTheSameInEveryLocale) {
+    const TypeProperty<unsigned int> property(1234567, "number", IFC_CARD_VAR_WRITABLE, 7654321);
+    const std::string line = property.str();
+    const GroupedDigits locale;
+    EXPECT_EQ(property.str(), line);
+}
+
+// ---------------------------------------------------------------- kinds with a type code of their own
+
+namespace {
+
+class OwnCode : public TypeProperty<unsigned int> {
+public:
+    explicit OwnCode(int code, TypeValueCheck* check = nullptr)
+        : TypeProperty<unsigned int>(varOid, "own", IFC_CARD_VAR_WRITABLE, 1, check), m_code(code) {}
+    int getType() override { return m_code; }
+
+private:
+    int m_code;
+};
+
+constexpr int numericCodes[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 10};
+constexpr int otherCodes[] = {9, 11, 12, 13, 14, 255, -1};
+constexpr const char* notHandled = "[own] type deserializing is not handled ok!";
+
+}  // namespace
+
+TEST(NumericPropertyOwnCode, IsSent) {
+    OwnCode property(IPv4ADDRESS);
+    EXPECT_EQ(hex(wire(property)), "01 00 00 07 0A 00 04 00 00 00 01");
+}
+
+TEST(NumericPropertyOwnCode, OfANumberOrAnAddressIsReceivedAndChecked) {
+    for (const int code : numericCodes) {
+        OwnCode property(code, new OnlyCheck<unsigned int>(0x01020304));
+        EXPECT_EQ(deserializeFrom(property, element(varOid, 0, bytes("05060708"))), 11);
+        EXPECT_EQ(valueOf(property), 0x05060708U) << code;
+        EXPECT_TRUE(accepts(property, bytes("01020304"), 4)) << code;
+        EXPECT_FALSE(accepts(property, bytes("05060708"), 4)) << code;
+    }
+}
+
+TEST(NumericPropertyOwnCode, OfAnyOtherTypeIsNotReceived) {
+    for (const int code : otherCodes) {
+        OwnCode property(code);
+        for (const unsigned int declared : {0U, 4U, 300U})
+            EXPECT_EQ(deserializeFrom(property, element(varOid, 0, bytes("05060708"), declared)),
+                      static_cast<int>(7 + declared));
+        EXPECT_EQ(valueOf(property), 1U) << code;
+        EXPECT_LOGS_FROM(numericFile, "deserialize", "ERROR", notHandled,
+                         [&] { deserializeFrom(property, element(varOid, 0, bytes("05060708"))); });
+    }
+}
+
+TEST(NumericPropertyOwnCode, OfAnyOtherTypeIsNotAcceptedByACheck) {
+    for (const int code : otherCodes) {
+        CheckBook book;
+        OwnCode property(code, new CountingCheck<unsigned int>(book, true));
+        EXPECT_FALSE(accepts(property, bytes("05060708"), 4)) << code;
+        EXPECT_EQ(book.asked, 0) << code;
+        EXPECT_LOGS_FROM(numericFile, "validValue", "ERROR", notHandled,
+                         [&] { accepts(property, bytes("05060708"), 4); });
+    }
+}
+
+TEST(NumericPropertyOwnCode, OfAnyOtherTypeIsAcceptedWithoutACheck) {
+    for (const int code : otherCodes) {
+        OwnCode property(code);
+        const CapturedLog log;
+        EXPECT_TRUE(accepts(property, bytes("05060708"), 4)) << code;
+        EXPECT_EQ(log.all(), "");
+    }
 }
 
 // ---------------------------------------------------------------- booleans
@@ -772,4 +848,10 @@ TEST(RangeCheckLine, EndsAtTheCharacterOfZero) {
 
 TEST(RangeCheckLine, IsOnlyTextEvenWithAFormatSign) {
     expectRangeLine<unsigned char>('%', 's', 'n', "checking value is valid with min:% and max:s and value n");
+}
+
+TEST(RangeCheckLine, IsTheSameInEveryLocale) {
+    const GroupedDigits locale;
+    expectRangeLine<int>(-1234567, 7654321, 1000000,
+                         "checking value is valid with min:-1234567 and max:7654321 and value 1000000");
 }

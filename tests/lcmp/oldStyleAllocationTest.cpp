@@ -76,6 +76,35 @@ TEST(OldStyleAllocation, ANewPropertyKeepsEverythingButItsValue) {
                      [] { legacyWithoutMemory(numberElement); });
 }
 
+// Numbers are read in full width whatever length an element declares.
+TEST(OldStyleAllocation, EveryValueHasRoomForTheWidestNumber) {
+    constexpr const char* shortElement = "01 00 00 07 | 00 | 00 01 | 05";
+    GuardedBytes buffer(bytes(shortElement));
+    GuardedBytes empty(bytes("01 00 00 07 | 00 | 00 00"));
+
+    failMallocAfter(alwaysWorks);
+    const Legacy property = legacy(shortElement);
+    EXPECT_GE(lastMallocSize(), 8U);
+
+    failMallocAfter(alwaysWorks);
+    const OldStyleProperty copy(*property);
+    EXPECT_GE(lastMallocSize(), 8U);
+
+    failMallocAfter(alwaysWorks);
+    property->deserialize(buffer.data());
+    EXPECT_GE(lastMallocSize(), 8U);
+
+    failMallocAfter(alwaysWorks);
+    property->deserialize(empty.data());
+    EXPECT_GE(lastMallocSize(), 8U);
+
+    const Legacy lost = legacyWithoutMemory(shortElement);
+    failMallocAfter(alwaysWorks);
+    lost->set(5ULL);
+    EXPECT_GE(lastMallocSize(), 8U);
+    mallocWorks();
+}
+
 TEST(OldStyleAllocation, ANewPropertyOfLengthZeroNeedsNoMemory) {
     const CapturedLog log(levelError);
     const Legacy property = legacyWithoutMemory("01 00 00 07 | 09 | 00 00");

@@ -17,7 +17,8 @@
 #endif
 
 #if defined(UNDER_ADDRESS_SANITIZER)
-#include <sanitizer/allocator_interface.h>
+// Its header does not come with every compiler that has the sanitizer.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace {
@@ -41,6 +42,12 @@ std::size_t heapInUse() {
     return heap.uordblks + heap.hblkhd;
 #endif
 }
+
+class Grouping : public std::numpunct<char> {
+protected:
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
 
 }  // namespace
 
@@ -103,6 +110,11 @@ void expectKeepsNoMemory(const std::function<void()>& action) {
         action();
     EXPECT_EQ(heapInUse(), before);
 }
+
+GroupedDigits::GroupedDigits()
+    : m_before(std::locale::global(std::locale(std::locale::classic(), new Grouping))) {}
+
+GroupedDigits::~GroupedDigits() { std::locale::global(m_before); }
 
 std::string notImplemented(const LcmpProperty& property, const std::string& word) {
     return "[" + property.getName() + "] Not implemented for " + word + " (property " +

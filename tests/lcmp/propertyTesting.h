@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <locale>
 #include <set>
 #include <string>
 #include <vector>
@@ -36,6 +37,18 @@ std::string lineHead(const std::string& idInThree, const std::string& name);
 
 /// The action, done over and over, leaves the heap as it was.
 void expectKeepsNoMemory(const std::function<void()>& action);
+
+/// A process in which the application has chosen a locale that writes 1234567 as "1.234.567".
+class GroupedDigits {
+public:
+    GroupedDigits();
+    ~GroupedDigits();
+    GroupedDigits(const GroupedDigits&) = delete;
+    GroupedDigits& operator=(const GroupedDigits&) = delete;
+
+private:
+    std::locale m_before;
+};
 
 /// One of the eleven typed accesses of a property class, as that class shows it.
 template <typename Property>

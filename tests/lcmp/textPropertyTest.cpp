@@ -248,6 +248,10 @@ TEST_F(CheckedText, RefusesAValueOfNegativeLength) {
     EXPECT_TRUE(asked.empty());
 }
 
+TEST(StringProperty, RefusesAValueOfNegativeLengthWithoutACheckToo) {
+    EXPECT_FALSE(text("label").validValue("x", -1));
+}
+
 TEST_F(CheckedText, RefusesAWriteOfWhatTheCheckRefuses) {
     EXPECT_EQ(check(*property, element(varOid, STRING, "x")), 9);
     EXPECT_EQ(check(*property, element(varOid, STRING, "x"), false), 0);
@@ -544,6 +548,15 @@ TEST(HoldingArrayProperty, SendsItsMembersNotItsBytes) {
               hex(property.pointerBytes() + bytes("00000014") + std::string(20 - sizeof(void*) - 4, '\0')));
     HoldingArray cut("four");
     EXPECT_EQ(hex(wire(cut).substr(7)), hex(cut.pointerBytes().substr(0, 4)));
+}
+
+TEST(HoldingArrayProperty, AnnouncesALengthBeyondTheFieldByItsLow16Bits) {
+    HoldingArray property(std::string(0x10002, 'x'));
+    const std::string sent = wire(property);
+    EXPECT_EQ(sent.size(), 7U + 0x10002U);
+    EXPECT_EQ(hex(sent.substr(4, 3)), "0C 00 02");
+    EXPECT_EQ(sent.substr(7, sizeof(void*) + 4), property.pointerBytes() + bytes("00010002"));
+    EXPECT_EQ(sent.find_first_not_of('\0', 7 + sizeof(void*) + 4), std::string::npos);
 }
 
 TEST(HoldingArrayProperty, PrintsItsBytesAsCharacters) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,7 @@ public:
     }
 
     void frameReceived(const LcmpUdpAddress& from, const char* data, int size) override {
+        forgetBefore(from, std::string(data, static_cast<std::size_t>(size)));
         senders.push_back(from);
         frames.push_back(std::string(data, static_cast<std::size_t>(size)));
         onFrame();
@@ -101,6 +103,20 @@ public:
     using LcmpProtocolBase::replyBuffer;
 
 private:
+    // The process remembers message ids for each address. The first request from one begins a history of its
+    // own.
+    void forgetBefore(const LcmpUdpAddress& from, const std::string& frame) {
+        const bool request =
+            frame.size() >= requestHeader && (number(frame, 4, 2) == 0x0101 || number(frame, 4, 2) == 0x0102);
+        if (!request || !m_known.insert(from.host).second)
+            return;
+        LCMPRequest before;
+        before.setMessageId(static_cast<std::uint16_t>(number(frame, 6, 2) - 1));
+        checkMsgId(&before, lcmpUdpHostToText(from.host));
+    }
+
+    std::set<std::uint32_t> m_known;
+
     class Check : public TypeProperty<unsigned char>::TypeValueCheck {
     public:
         bool checkValue(unsigned char value) override { return value <= 3 || value == 128; }

@@ -5,6 +5,7 @@ usage: docs.py ROOT
 
 A comment before a fenced block or a table says where its text comes from:
   <!-- same as: FILE -->            the block is the file
+  <!-- part of: FILE -->            the block is some lines of the file, one after the other
   <!-- bytes of: FILE -->           the hexadecimal bytes of the block, up to a '#', are those of the file
   <!-- values of: FILE ENUM -->     first column the value, second the name, of the enumeration's enumerators
   <!-- files of: FOLDER -->         the block names every header and source of the folder, and no others
@@ -14,7 +15,7 @@ import pathlib
 import re
 import sys
 
-MARK = re.compile(r"<!-- (same as|bytes of|values of|files of): (\S+)(?: (\w+))? -->\n+")
+MARK = re.compile(r"<!-- (same as|part of|bytes of|values of|files of): (\S+)(?: (\w+))? -->\n+")
 FENCED = re.compile(r"```\w*\n(.*?)^```$", re.DOTALL | re.MULTILINE)
 TABLE = re.compile(r"(?:^\|.*\|\n)+", re.MULTILINE)
 FILE = re.compile(r"\b\w+\.(?:h|cpp)\b")
@@ -45,6 +46,8 @@ def is_quoted(kind, block, source, detail):
     text = source.read_text(encoding="utf-8")
     if kind == "same as":
         return block == text
+    if kind == "part of":
+        return block.strip() != "" and "\n" + block in "\n" + text
     if kind == "bytes of":
         return bytes_in(block) == bytes_in(text) != ""
     return rows_of(block) == values_of(text, detail) != {}

@@ -7,6 +7,7 @@ import unittest
 import docs
 
 PROGRAM = "int main() {}\n"
+WHOLE = "int f();\n\nint g();\nint h();\n"
 FRAME = "# a read\n4F54 4E31 01   # magic, version\n01 0007\n"
 HEADER = "enum Level : unsigned {\n    LEVEL_LOW = 0,   ///< = 5 below\n    LEVEL_HIGH = 10\n};\n"
 README = """# Title of it
@@ -15,6 +16,13 @@ README = """# Title of it
 
 ```cpp
 int main() {}
+```
+
+<!-- part of: whole.cpp -->
+
+```cpp
+int g();
+int h();
 ```
 
 <!-- bytes of: read.frame -->
@@ -44,7 +52,7 @@ class Documents(unittest.TestCase):
     def faults(self, readme=README, **changed):
         with tempfile.TemporaryDirectory() as folder:
             root = pathlib.Path(folder).resolve()
-            files = {"README.md": readme, "program.cpp": PROGRAM, "read.frame": FRAME, "level.h": HEADER, "src/one.h": "",
+            files = {"README.md": readme, "program.cpp": PROGRAM, "whole.cpp": WHOLE, "read.frame": FRAME, "level.h": HEADER, "src/one.h": "",
                      "src/two.cpp": "", "docs/more.md": "## 2. Rows, and `columns`\n", **changed.get("files", {})}
             for name, text in files.items():
                 (root / name).parent.mkdir(exist_ok=True)
@@ -59,6 +67,10 @@ class Documents(unittest.TestCase):
 
     def test_a_program_that_has_moved_on_is_found(self):
         self.expect("does not agree with program.cpp (same as)", files={"program.cpp": PROGRAM + "\n"})
+
+    def test_a_part_that_is_none_is_found(self):
+        for text in [WHOLE.replace("g();\n", "g();\n\n"), WHOLE.replace("h", "i"), WHOLE.replace("int g", " int g")]:
+            self.expect("does not agree with whole.cpp (part of)", files={"whole.cpp": text})
 
     def test_other_bytes_are_found(self):
         self.expect("does not agree with read.frame (bytes of)", README.replace("00 07 ", "00 08 "))

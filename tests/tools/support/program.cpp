@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <stdexcept>
@@ -44,9 +45,14 @@ std::array<int, 2> makePipe() {
 
 }  // namespace
 
-Program::Program(const std::vector<std::string>& arguments, const std::vector<std::string>& environment) {
-    const std::array<int, 2> out = makePipe();
+Program::Program(const std::vector<std::string>& arguments, const std::vector<std::string>& environment,
+                 const std::string& outFile) {
+    std::array<int, 2> out = makePipe();
     const std::array<int, 2> err = makePipe();
+    if (!outFile.empty()) {
+        close(out[1]);
+        out[1] = open(outFile.c_str(), O_WRONLY | O_CLOEXEC);
+    }
     start(arguments, environment, out[1], err[1]);
     close(out[1]);
     close(err[1]);
@@ -158,8 +164,9 @@ void Program::readFrom(Stream& stream) {
     stream.fileDescriptor = -1;
 }
 
-Ended run(const std::vector<std::string>& arguments, const std::vector<std::string>& environment) {
-    Program program(arguments, environment);
+Ended run(const std::vector<std::string>& arguments, const std::vector<std::string>& environment,
+          const std::string& outFile) {
+    Program program(arguments, environment, outFile);
     const int status = program.finish();
     return {status, program.out(), program.err()};
 }

@@ -6,13 +6,14 @@
 #include <string>
 #include <vector>
 
-/// A running process of the program; killed with the object. Every wait ends in a test failure when nothing comes for
-/// half a minute.
+/// A running process of the program; killed with the object. Every wait ends in a test failure when nothing
+/// comes for half a minute.
 class Program {
 public:
-    /// Starts it. LCMP_* variables of the test's own environment are not passed on, those of `environment` are:
-    /// "LCMP_TIMEOUT=20".
-    explicit Program(const std::vector<std::string>& arguments, const std::vector<std::string>& environment = {});
+    /// Starts it. LCMP_* variables of the test's own environment are not passed on, those of `environment`
+    /// are: "LCMP_TIMEOUT=20". Standard output goes to the file `outFile` if that is named.
+    explicit Program(const std::vector<std::string>& arguments,
+                     const std::vector<std::string>& environment = {}, const std::string& outFile = "");
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -59,4 +60,5 @@ struct Ended {
 };
 
 /// Runs the program to its end.
-Ended run(const std::vector<std::string>& arguments, const std::vector<std::string>& environment = {});
+Ended run(const std::vector<std::string>& arguments, const std::vector<std::string>& environment = {},
+          const std::string& outFile = "");

@@ -6,7 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
+#include <cerrno>
 #include <cstring>
 #include <stdexcept>
 
@@ -85,5 +85,6 @@ void ScriptedCard::answer(const std::string& frame) const {
 void ScriptedCard::send(const std::string& frame, const std::string& address) const {
     const auto colon = address.find(':');
     sendTo(m_socket, frame,
-           socketAddress(address.substr(0, colon), static_cast<unsigned short>(std::stoi(address.substr(colon + 1)))));
+           socketAddress(address.substr(0, colon),
+                         static_cast<unsigned short>(std::stoi(address.substr(colon + 1)))));
 }
