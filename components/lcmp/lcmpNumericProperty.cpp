@@ -62,9 +62,11 @@ bool TypeProperty<T>::isDefault() {
 
 template <typename T>
 int TypeProperty<T>::serialize(char* buffer, int size) {
-    char* value = startElement(buffer, size, length(), getType());
-    if (value == nullptr)
+    char* value = putElementHead(buffer, size, {getOid(), getType(), length()});
+    if (value == nullptr) {
+        noRoom();
         return -1;
+    }
     putWord(value, static_cast<std::uint64_t>(m_value), sizeof(T));
     return static_cast<int>(tlvHeaderSize + sizeof(T));
 }

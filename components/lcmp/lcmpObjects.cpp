@@ -1,17 +1,24 @@
 #include "lcmpObjects.h"
 
 #include <sstream>
+#include <typeinfo>
 #include <utility>
 
 #include "detail/log.h"
 #include "detail/oidLayout.h"
+#include "detail/propertyIndex.h"
 #include "lcmpProperty.h"
 
 using namespace lcmpdetail;
 
 LcmpObject::LcmpObject(std::string name, ifcCard::IfcCardObjectType type, unsigned int id, bool common,
                        unsigned int rows)
-    : m_type(type), m_name(std::move(name)), m_id(id), m_common(common), m_rowCount(rows) {
+    : m_type(type),
+      m_name(std::move(name)),
+      m_id(id),
+      m_common(common),
+      m_rowCount(rows),
+      m_index(std::make_unique<PropertyIndex>(rows)) {
     m_rows.reserve(rows);
     for (unsigned int row = 0; row < rows; ++row)
         m_rows.push_back(std::make_unique<Row>());
@@ -40,21 +47,34 @@ bool LcmpObject::addProp(LcmpProperty* property, unsigned int row) {
     }
     property->m_row = row;
     properties.emplace(property->m_id, property);
+    m_index->add(property, property->m_id, row);
     LCMP_DEBUG3("[%s] Property %d added for row %d", m_name.c_str(), property->m_id, row);
     property->m_owner = this;
+    // A derived class may compose OIDs in a way of its own, and a legacy property change its id.
+    if ((typeid(*this) == typeid(LcmpTable) || typeid(*this) == typeid(LcmpScalar)) && !property->m_legacy) {
+        property->m_oid = getOID(property->m_id, row);
+        property->m_oidKnown = true;
+    }
     return true;
 }
 
 LcmpProperty* LcmpObject::getProp(unsigned int id, unsigned int row) {
-    if (row < m_rowCount) {
-        const auto found = m_rows[row]->find(id);
-        if (found != m_rows[row]->end()) {
-            LCMP_DEBUG3("[%s] Property %d for row %d found", m_name.c_str(), id, row);
-            return found->second;
-        }
+    if (LcmpProperty* property = findProp(id, row)) {
+        LCMP_DEBUG3("[%s] Property %d for row %d found", m_name.c_str(), id, row);
+        return property;
     }
     LCMP_ERROR("[%s] Could not find property %d for row %d", m_name.c_str(), id, row);
     return nullptr;
+}
+
+LcmpProperty* LcmpObject::findProp(unsigned int id, unsigned int row) const {
+    if (row >= m_rowCount)
+        return nullptr;
+    LcmpProperty* property = m_index->find(id, row);
+    if (property != nullptr || m_index->knowsAll())
+        return property;
+    const auto found = m_rows[row]->find(id);
+    return found != m_rows[row]->end() ? found->second : nullptr;
 }
 
 std::vector<LcmpProperty*> LcmpObject::getPropertiesOfRow(int row) {

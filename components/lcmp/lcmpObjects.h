@@ -14,6 +14,11 @@
 
 class LcmpProperty;
 
+namespace lcmpdetail {
+class ObjectIndex;
+class PropertyIndex;
+}  // namespace lcmpdetail
+
 namespace ifcCard {
 
 /// The two kinds of objects.
@@ -89,7 +94,11 @@ public:
     unsigned int getRowCount() const { return m_rowCount; }
 
 private:
+    friend class lcmpdetail::ObjectIndex;  // looks properties up
+
     using Row = std::map<unsigned int, LcmpProperty*>;
+
+    LcmpProperty* findProp(unsigned int id, unsigned int row) const;
 
     ifcCard::IfcCardObjectType m_type;
     std::string m_name;
@@ -97,6 +106,7 @@ private:
     bool m_common;
     unsigned int m_rowCount;
     std::vector<std::unique_ptr<Row>> m_rows;
+    std::unique_ptr<lcmpdetail::PropertyIndex> m_index;  // of the same properties, for lookups
 };
 
 /// Rows of variables; a property's id is its column.

@@ -193,7 +193,3 @@ void OldStyleProperty::replaceBytes(const char* bytes, unsigned int length) {
 }
 
 std::string OldStyleProperty::str() const { return getName() + ":\n\n"; }
-
-OldStyleProperty* LcmpProperty::asOldStyle() {
-    return m_legacy ? static_cast<OldStyleProperty*>(this) : nullptr;
-}

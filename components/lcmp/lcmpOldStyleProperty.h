@@ -83,3 +83,7 @@ private:
     unsigned int m_length = 0;
     unsigned int m_type = 0;
 };
+
+inline OldStyleProperty* LcmpProperty::asOldStyle() {
+    return m_legacy ? static_cast<OldStyleProperty*>(this) : nullptr;
+}

@@ -64,7 +64,7 @@ void LcmpProperty::set(const char* text) {
 
 // ---------------------------------------------------------------- identity and events
 
-unsigned int LcmpProperty::getOid() const { return m_owner != nullptr ? m_owner->getOID(m_id, m_row) : m_id; }
+unsigned int LcmpProperty::composeOid() const { return m_owner != nullptr ? m_owner->getOID(m_id, m_row) : m_id; }
 
 bool LcmpProperty::sendEvent() {
     const bool pending = m_eventPending;
@@ -137,13 +137,13 @@ bool LcmpProperty::hasSize(unsigned int announced) {
 // ---------------------------------------------------------------- for the kinds of properties
 
 char* LcmpProperty::startElement(char* buffer, int size, unsigned int length, int type) const {
-    // Compared without a sum: a hostile length cannot wrap it.
-    if (size < tlvHeaderSize || static_cast<unsigned int>(size - tlvHeaderSize) < length) {
-        LCMP_ERROR_FOR("serialize", "[%s] serializing buffer has not enough space left", m_name.c_str());
-        return nullptr;
-    }
-    return putTlvHeader(buffer,
-                        {getOid(), static_cast<std::uint8_t>(type), static_cast<std::uint16_t>(length)});
+    char* value = putElementHead(buffer, size, {getOid(), type, length});
+    return value != nullptr ? value : noRoom();
+}
+
+char* LcmpProperty::noRoom() const {
+    LCMP_ERROR_FOR("serialize", "[%s] serializing buffer has not enough space left", m_name.c_str());
+    return nullptr;
 }
 
 std::string LcmpProperty::lineHead() const {

@@ -85,7 +85,7 @@ public:
     void set(const char* text);
 
     /// The full OID: composed by the owner from id and row, or the id itself where there is no owner.
-    unsigned int getOid() const;
+    unsigned int getOid() const { return m_oidKnown ? m_oid : composeOid(); }
 
     /// Whether a change waits to be reported; asking clears it.
     bool sendEvent();
@@ -109,7 +109,7 @@ public:
     LcmpObject* getOwner() const { return m_owner; }
 
     /// This property as a legacy one, or null when it is none.
-    OldStyleProperty* asOldStyle();
+    inline OldStyleProperty* asOldStyle();
 
 protected:
     /// Member by member; the copy has the source's owner, so a subclass that allows copies settles that.
@@ -123,6 +123,9 @@ protected:
     /// returns where they go; `size` has room for them. Otherwise null and one ERROR line, buffer untouched.
     char* startElement(char* buffer, int size, unsigned int length, int type) const;
 
+    /// What startElement does when there is no room: one ERROR line, null.
+    char* noRoom() const;
+
     /// "  3 | <name in 40 columns> : ", the beginning of every property's line.
     std::string lineHead() const;
 
@@ -130,6 +133,7 @@ private:
     friend class LcmpObject;        // sets row and owner
     friend class OldStyleProperty;  // takes its id and row from an element
 
+    unsigned int composeOid() const;
     bool hasOid(unsigned int oid) const;
     bool hasSize(unsigned int announced);
 
@@ -140,5 +144,7 @@ private:
     bool m_eventable;
     bool m_eventPending = false;
     LcmpObject* m_owner = nullptr;
-    bool m_legacy = false;  // this is an OldStyleProperty
+    bool m_legacy = false;    // this is an OldStyleProperty
+    bool m_oidKnown = false;  // the owner would always compose the same
+    unsigned int m_oid = 0;
 };

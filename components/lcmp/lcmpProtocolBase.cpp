@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "detail/log.h"
+#include "detail/objectIndex.h"
 #include "detail/peerTable.h"
 
 using namespace lcmpdetail;
@@ -23,7 +24,8 @@ constexpr std::uint8_t peerNotIpv4 = 17;
 LcmpProtocolBase::LcmpProtocolBase() : LcmpProtocolBase(true) {}
 
 LcmpProtocolBase::LcmpProtocolBase(bool errorReplies)
-    : sendErrorReplies(errorReplies), eventTables{}, reserved(0), lastMessageId(0) {
+    : sendErrorReplies(errorReplies), eventTables{}, reserved(0), lastMessageId(0),
+      m_objectIndex(std::make_unique<ObjectIndex>()) {
     static_assert(maxPeers == peerCount, "one limit, told to users and kept by the table");
     // The base's own initEventsCore: a subclass is not there yet, and calls initEvents itself.
     initEvents();
@@ -64,16 +66,29 @@ void LcmpProtocolBase::deleteEventTables() {
     }
 }
 
-void LcmpProtocolBase::registerObject(LcmpObject* obj) { lcmpObjects.push_back(obj); }
+void LcmpProtocolBase::registerObject(LcmpObject* obj) {
+    lcmpObjects.push_back(obj);
+    m_objectIndex->forget();
+}
 
-LcmpProtocolBase::Found LcmpProtocolBase::findProperty(unsigned int oid) const {
-    for (LcmpObject* object : lcmpObjects) {
+// At DEBUG3 every object that is asked writes a line, so there each one is asked.
+Found LcmpProtocolBase::findProperty(unsigned int oid) {
+    if (logs(debug3Level))
+        return askEveryObject(oid);
+    const Found found = m_objectIndex->look(oid);
+    return found.property != nullptr ? found : m_objectIndex->ask(lcmpObjects, oid);
+}
+
+Found LcmpProtocolBase::askEveryObject(unsigned int oid) const {
+    // By position: an application's lookup may register objects meanwhile.
+    for (std::size_t position = 0; position < lcmpObjects.size(); ++position) {
+        LcmpObject* object = lcmpObjects[position];
         if (object == nullptr)
             continue;
         if (LcmpProperty* property = object->getPropFromOID(oid))
             return {property, object};
     }
-    return {nullptr, nullptr};
+    return {};
 }
 
 // ---------------------------------------------------------------- receiving

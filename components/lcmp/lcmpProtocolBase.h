@@ -20,6 +20,11 @@
 #include "lcmpProperty.h"
 #include "lcmpmsg.h"
 
+namespace lcmpdetail {
+struct Found;
+class ObjectIndex;
+}  // namespace lcmpdetail
+
 class LCMP_API LcmpProtocolBase {
 public:
     static constexpr int maxReadResponse =
@@ -147,19 +152,16 @@ protected:
     std::uint16_t lastMessageId;  ///< What getNewMessageId gave last.
 
 private:
-    struct Found {
-        LcmpProperty* property;
-        LcmpObject* object;
-    };
-
     using LegacyList = std::vector<std::unique_ptr<OldStyleProperty>>;
     enum class Source { response, ami };  // of values that are applied
 
     void deleteEventTables();
-    Found findProperty(unsigned int oid) const;
+    lcmpdetail::Found findProperty(unsigned int oid);
+    lcmpdetail::Found askEveryObject(unsigned int oid) const;
     bool dispatch(std::uint8_t action, int length, const char* data, LCMPResponse& response);
 
-    void resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy);
+    bool resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy);
+    void resolveTlv(const lcmpdetail::ElementView& element, LCMPRequest& request, LegacyList& legacy);
     void serveRead(LCMPRequest& request, const LegacyList& legacy, LCMPResponse& response);
     void serveWrite(LCMPRequest& request, LCMPResponse& response);
     static void refuse(LCMPResponse& response, unsigned int result, int errorIndex);
@@ -179,4 +181,6 @@ private:
     void flushPendingAmi();
 
     LegacyList m_refusedLegacy;  // of the last request that failed verification
+    std::unique_ptr<lcmpdetail::ObjectIndex> m_objectIndex;
+    std::vector<LcmpProperty*> m_spareList;  // storage for the property list of the next served request
 };

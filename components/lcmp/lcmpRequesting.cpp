@@ -1,5 +1,6 @@
 // The endpoint issues requests, and applies what replies and autonomous messages bring.
 #include "detail/log.h"
+#include "detail/objectIndex.h"
 #include "detail/tlvWalk.h"
 #include "lcmpProtocolBase.h"
 
@@ -142,6 +143,7 @@ bool LcmpProtocolBase::handleAmi(int length, const char* data) {
 bool LcmpProtocolBase::applyTlvs(const LCMPMessage& message, int length, const char* data, Source source,
                                  std::vector<LcmpProperty*>& accepted) {
     ByteView rest{data + message.getHeaderSize(), length - message.getHeaderSize()};
+    m_objectIndex->follow(lcmpObjects);
     bool allApplied = true;
     for (ElementView element; takeElement(rest, element);)
         allApplied = applyTlv(element, source, accepted) && allApplied;

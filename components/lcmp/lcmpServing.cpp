@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "detail/log.h"
+#include "detail/objectIndex.h"
 #include "detail/tlvWalk.h"
 #include "lcmpProtocolBase.h"
 
@@ -35,15 +36,19 @@ bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse&
         return sendRefusal(response, RESULT_WRONG_LEN, misfit);
     }
     LegacyList legacy;
-    resolveTlvs(length, data, request, legacy);
+    request.m_properties.swap(m_spareList);
+    request.m_properties.clear();
+    const bool ordinary = resolveTlvs(length, data, request, legacy);
+    const bool write = request.getAction() == LCMP_ACTION_WRITE;
 
+    // A read has nothing to check but OIDs, and those of ordinary elements have been found valid.
     int faultIndex = 0;
-    const unsigned int fault = request.checkTlvs(faultIndex, this);
+    const unsigned int fault = ordinary && !write ? RESULT_OK : request.checkTlvs(faultIndex, this);
     if (fault != RESULT_OK) {
         m_refusedLegacy = std::move(legacy);
+        m_spareList.swap(request.m_properties);
         return sendRefusal(response, fault, faultIndex);
     }
-    const bool write = request.getAction() == LCMP_ACTION_WRITE;
     LCMP_DEBUG3("LCMP %s message: length %d, %d tlvs", write ? "Write" : "Read", length,
                 request.countTlvs(0));
     if (write)
@@ -52,38 +57,52 @@ bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse&
         serveRead(request, legacy, response);
 
     const bool sent = sendMessage(&response);
+    m_spareList.swap(write ? request.m_properties : response.m_properties);
     legacy.clear();
     LCMP_DEBUG2("request handled: %s", sent ? "success" : "failed");
     return sent;
 }
 
-// Finds the property of every element, and lets its owner prepare for being read or written.
-void LcmpProtocolBase::resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy) {
+// Finds the property of every element, and lets its owner prepare for being read or written. True when nothing of
+// an application's had a say in it and no element is a legacy one.
+bool LcmpProtocolBase::resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy) {
+    m_objectIndex->follow(lcmpObjects);
+    bool ordinary = true;
     ByteView rest{data + request.getHeaderSize(), length - request.getHeaderSize()};
     for (ElementView element; takeElement(rest, element);) {
-        const Found found = findProperty(element.header.oid);
-        if (found.property == nullptr) {
-            LCMP_DEBUG2_FOR("handleRequest",
-                            "%i not found in lcmpObjects, adding old style, making property for it\n",
-                            element.header.oid);
-            auto* raw = reinterpret_cast<lcmp_tlv*>(const_cast<char*>(element.begin));
-            legacy.push_back(std::make_unique<OldStyleProperty>(raw, false));
-            request.addProperty(legacy.back().get());
+        // Nearly always: a property of an object without hooks, and no line to write.
+        LcmpProperty* property = m_objectIndex->look(element.header.oid).property;
+        if (property != nullptr && property->asOldStyle() == nullptr && !logs(debug2Level)) {
+            request.m_properties.push_back(property);
             continue;
         }
-        LCMP_DEBUG2_FOR("handleRequest", "prop adding: type %i, oid %x", found.property->getType(),
-                        found.property->getOid());
-        const bool succeeded = found.object->update(found.property, found.property->getRow());
-        LCMP_DEBUG2_FOR("handleRequest", "update() call %s for %s, row %d",
-                        succeeded ? "succeeded" : "failed\n", found.property->str().c_str(),
-                        found.property->getRow());
-        request.addProperty(found.property);
+        resolveTlv(element, request, legacy);
+        ordinary = false;
     }
+    return ordinary;
+}
+
+void LcmpProtocolBase::resolveTlv(const ElementView& element, LCMPRequest& request, LegacyList& legacy) {
+    const Found found = findProperty(element.header.oid);
+    if (found.property == nullptr) {
+        LCMP_DEBUG2_FOR("handleRequest",
+                        "%i not found in lcmpObjects, adding old style, making property for it\n",
+                        element.header.oid);
+        auto* raw = reinterpret_cast<lcmp_tlv*>(const_cast<char*>(element.begin));
+        legacy.push_back(std::make_unique<OldStyleProperty>(raw, false));
+        request.addProperty(legacy.back().get());
+        return;
+    }
+    LCMP_DEBUG2_FOR("handleRequest", "prop adding: type %i, oid %x", found.property->getType(),
+                    found.property->getOid());
+    const bool succeeded = found.object->update(found.property, found.property->getRow());
+    LCMP_DEBUG2_FOR("handleRequest", "update() call %s for %s, row %d", succeeded ? "succeeded" : "failed\n",
+                    found.property->str().c_str(), found.property->getRow());
+    request.addProperty(found.property);
 }
 
 void LcmpProtocolBase::serveRead(LCMPRequest& request, const LegacyList& legacy, LCMPResponse& response) {
-    for (LcmpProperty* property : request.getProperties())
-        response.addProperty(property);
+    response.m_properties.swap(request.m_properties);
     for (std::size_t position = 0; position < legacy.size(); ++position) {
         if (handleLcmpMsgOld(legacy[position].get(), false))
             continue;

@@ -4,6 +4,7 @@
 #include <climits>
 
 #include "detail/log.h"
+#include "detail/oidLayout.h"
 #include "detail/tlvWalk.h"
 #include "lcmpObjectId.h"
 #include "lcmpObjects.h"
@@ -47,6 +48,21 @@ int LCMPMessage::serialize(char* buf, int size) const {
         LCMP_ERROR("trying to serialize in a too small buffer!");
         return 0;
     }
+    return serializeTlvs(buf, size) != 0 ? serializeSpecific(buf, size) : 0;
+}
+
+int LCMPMessage::serializeFrame(char* buf, int size) const {
+    const int written = serializeTlvs(buf, size);
+    return written != 0 && serializeSpecific(buf, size) != 0 ? written : 0;
+}
+
+// Writes the header that every kind begins with and the elements behind the kind's own, and returns the number of
+// bytes of the whole; 0 after a log line.
+int LCMPMessage::serializeTlvs(char* buf, int size) const {
+    if (size < m_headerSize) {
+        LCMP_ERROR_FOR("serialize", "trying to serialize in a too small buffer!");
+        return 0;
+    }
     char* p = buf;
     p = putU32(p, m_magic);
     p = putU8(p, m_version);
@@ -57,17 +73,16 @@ int LCMPMessage::serialize(char* buf, int size) const {
     for (LcmpProperty* property : m_properties) {
         const int written = property->serialize(buf + position, size - position);
         if (written == -1) {
-            LCMP_ERROR("buffer got to small!");
+            LCMP_ERROR_FOR("serialize", "buffer got to small!");
             return 0;
         }
-        if (written < tlvHeaderSize ||
-            static_cast<unsigned int>(written - tlvHeaderSize) != property->length()) {
-            LCMP_ERROR("serialize return wrong length!");
+        if (static_cast<unsigned int>(written) - tlvHeaderSize != property->length()) {
+            LCMP_ERROR_FOR("serialize", "serialize return wrong length!");
             return 0;
         }
         position += written;
     }
-    return serializeSpecific(buf, size);
+    return position;
 }
 
 int LCMPMessage::deserialize(const char* buf, int len) {
@@ -134,9 +149,11 @@ unsigned int LCMPMessage::checkTlv(LcmpProperty& property, const ElementView& el
     const bool write = m_action == LCMP_ACTION_WRITE;
     if (OldStyleProperty* legacy = property.asOldStyle(); legacy != nullptr && endpoint != nullptr)
         return endpoint->checkTlvOld(legacy, write);
-    const LcmpObjectId id(element.header.oid);
-    if (id.m_result != RESULT_OK || !write)
-        return id.m_result;
+    // Decoding says what is wrong with an OID; whether anything is, shows without it.
+    if (!validOid(element.header.oid))
+        return LcmpObjectId(element.header.oid).m_result;
+    if (!write)
+        return RESULT_OK;
     if (tooShortFor(property, element))
         return RESULT_WRONG_LEN;
     return static_cast<unsigned int>(property.checkBuffer(element.begin, true));

@@ -56,6 +56,10 @@ public:
     /// frame has getHeaderSize() + sizeOfTlvs() bytes.
     int serialize(char* buf, int size) const;
 
+    /// The same, and returns the number of bytes written instead: what a transport sends. Properties are asked
+    /// for their lengths once less.
+    int serializeFrame(char* buf, int size) const;
+
     /// Takes the header from a received frame and returns a result code: 0, 13 wrong magic, 1 wrong version,
     /// 4 wrong action, 8 too short for the kind's header; one log line for each but 0. Keeps `buf`, which
     /// must outlive every later checkTlvs and deserializeTlvs. The property list is not touched.
@@ -105,6 +109,9 @@ protected:
     LCMPMessage(std::int32_t kind, std::int32_t headerSize, const std::string& peer);
 
 private:
+    friend class LcmpProtocolBase;  // hands the property list's storage from one served message to the next
+
+    int serializeTlvs(char* buf, int size) const;
     lcmpdetail::ByteView receivedElements() const;
     unsigned int checkTlv(LcmpProperty& property, const lcmpdetail::ElementView& element,
                           LcmpProtocolBase* endpoint) const;

@@ -19,6 +19,10 @@ constexpr bool validScalar(std::uint32_t oid) {
     return !oidCommon(oid) || scalarGroup(oid) <= lastCommonScalarGroup;
 }
 
+constexpr bool validOid(std::uint32_t oid) {
+    return oidKind(oid) == tableKind || (oidKind(oid) == scalarKind && validScalar(oid));
+}
+
 constexpr unsigned int tableId(std::uint32_t oid) { return (oid >> 22) & 0x3F; }
 constexpr unsigned int tableColumn(std::uint32_t oid) { return (oid >> 14) & 0xFF; }
 constexpr unsigned int tableRow(std::uint32_t oid) { return oid & 0x3FFF; }

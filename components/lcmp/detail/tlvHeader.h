@@ -24,6 +24,22 @@ inline char* putTlvHeader(char* p, const TlvHeader& header) {
 
 inline TlvHeader getTlvHeader(const char* p) { return {getU32(p), getU8(p + 4), getU16(p + 5)}; }
 
+/// What a property announces; of its length only the low 16 bits travel.
+struct ElementHead {
+    std::uint32_t oid;
+    int type;
+    unsigned int length;
+};
+
+/// Writes the header and returns where the value goes, if the whole element has room in `size`; otherwise null,
+/// with nothing written. Compared without a sum: no length can wrap it.
+inline char* putElementHead(char* buffer, int size, const ElementHead& head) {
+    if (size < tlvHeaderSize || static_cast<unsigned int>(size - tlvHeaderSize) < head.length)
+        return nullptr;
+    return putTlvHeader(buffer, {head.oid, static_cast<std::uint8_t>(head.type),
+                                 static_cast<std::uint16_t>(head.length)});
+}
+
 /// Bytes of a value that the codec moves as one word; 0 for types that are copied byte by byte.
 constexpr unsigned int wordWidth(unsigned int type) {
     switch (type) {
