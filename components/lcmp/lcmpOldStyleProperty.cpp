@@ -39,7 +39,9 @@ OldStyleProperty::OldStyleProperty(const OldStyleProperty& other)
     m_length = other.m_length;
     if (other.m_value_pointer == nullptr)
         return;
-    if (!takeBytes(reinterpret_cast<const char*>(other.m_value_pointer), other.m_length))
+    if (allocate(other.m_length))
+        std::memcpy(m_value_pointer, other.m_value_pointer, m_length);
+    else
         LCMP_ERROR("malloc failed!");
 }
 

@@ -64,7 +64,9 @@ void LcmpProperty::set(const char* text) {
 
 // ---------------------------------------------------------------- identity and events
 
-unsigned int LcmpProperty::composeOid() const { return m_owner != nullptr ? m_owner->getOID(m_id, m_row) : m_id; }
+unsigned int LcmpProperty::composeOid() const {
+    return m_owner != nullptr ? m_owner->getOID(m_id, m_row) : m_id;
+}
 
 bool LcmpProperty::sendEvent() {
     const bool pending = m_eventPending;
@@ -102,6 +104,12 @@ int LcmpProperty::checkBuffer(const char* buffer, bool checkValue) {
         return RESULT_WRONG_VALUE;
     }
     return RESULT_OK;
+}
+
+unsigned int LcmpProperty::readWidth() {
+    constexpr unsigned int macSize = 6;
+    const int type = getType();
+    return type == MAC_ADDRESS ? macSize : lcmpTlvFixedWidth(static_cast<unsigned int>(type));
 }
 
 bool LcmpProperty::hasOid(unsigned int oid) const {

@@ -97,6 +97,10 @@ public:
     /// that the whole element lies at `buffer`, and at least the property's own width behind its header.
     int checkBuffer(const char* buffer, bool checkValue);
 
+    /// How many value bytes deserialize and validValue look at whatever an element declares: those that a
+    /// fixed-width value or a MAC address has, 0 for other kinds.
+    unsigned int readWidth();
+
     const std::string& getName() const { return m_name; }
     IfcCardVarAccessType getAccess() const { return m_access; }
     unsigned int getId() const { return m_id; }
@@ -112,9 +116,6 @@ public:
     inline OldStyleProperty* asOldStyle();
 
 protected:
-    /// Member by member; the copy has the source's owner, so a subclass that allows copies settles that.
-    LcmpProperty(const LcmpProperty&) = default;
-
     /// To be called by `set` of an own property class when the value changed: raises the flag that
     /// sendEvent reads, if the property is eventable.
     void markEvent();
@@ -131,7 +132,9 @@ protected:
 
 private:
     friend class LcmpObject;        // sets row and owner
-    friend class OldStyleProperty;  // takes its id and row from an element
+    friend class OldStyleProperty;  // takes its id and row from an element, and can be copied
+
+    LcmpProperty(const LcmpProperty&) = default;
 
     unsigned int composeOid() const;
     bool hasOid(unsigned int oid) const;

@@ -24,7 +24,10 @@ constexpr std::uint8_t peerNotIpv4 = 17;
 LcmpProtocolBase::LcmpProtocolBase() : LcmpProtocolBase(true) {}
 
 LcmpProtocolBase::LcmpProtocolBase(bool errorReplies)
-    : sendErrorReplies(errorReplies), eventTables{}, reserved(0), lastMessageId(0),
+    : sendErrorReplies(errorReplies),
+      eventTables{},
+      reserved(0),
+      lastMessageId(0),
       m_objectIndex(std::make_unique<ObjectIndex>()) {
     static_assert(maxPeers == peerCount, "one limit, told to users and kept by the table");
     // The base's own initEventsCore: a subclass is not there yet, and calls initEvents itself.

@@ -183,7 +183,7 @@ bool LcmpProtocolBase::applyTlv(const ElementView& element, Source source,
 bool LcmpProtocolBase::acceptsElement(LcmpProperty& property, const ElementView& element, Source source) {
     const char* operation = operationName(source);
     // checkBuffer may look at the property's own width, so the frame must hold that, whatever is declared.
-    const bool wholeValue = element.space >= takenWidth(static_cast<unsigned int>(property.getType()));
+    const bool wholeValue = static_cast<unsigned int>(element.space) >= property.readWidth();
     const int result =
         wholeValue ? property.checkBuffer(element.begin, false) : static_cast<int>(RESULT_WRONG_LEN);
     if (result == RESULT_OK)

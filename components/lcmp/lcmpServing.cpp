@@ -63,8 +63,8 @@ bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse&
     return sent;
 }
 
-// Finds the property of every element, and lets its owner prepare for being read or written. True when nothing of
-// an application's had a say in it and no element is a legacy one.
+// Finds the property of every element, and lets its owner prepare for being read or written. True when
+// nothing of an application's had a say in it and no element is a legacy one.
 bool LcmpProtocolBase::resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy) {
     m_objectIndex->follow(lcmpObjects);
     bool ordinary = true;

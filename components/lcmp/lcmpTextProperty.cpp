@@ -118,7 +118,8 @@ void ArrayProperty::get(unsigned char* data, unsigned int* length) {
 }
 
 void ArrayProperty::set(unsigned char* data, unsigned int length) {
-    if (m_buffer == nullptr || data == nullptr || !allocate(length))
+    // Without data the bytes are zeros: the old ones are gone by then.
+    if (m_buffer == nullptr || !allocate(length) || data == nullptr)
         return;
     // The new block is still all zeros here: equal means that zeros are stored.
     if (std::memcmp(m_buffer, data, length) == 0)

@@ -91,7 +91,7 @@ public:
     void get(unsigned char* data, unsigned int* length) override;
 
     /// Replaces the bytes, if a buffer is installed. Marks a change, oddly, when the new bytes are all
-    /// zeros. Null data stores nothing.
+    /// zeros. Null data leaves `length` zeros, without a mark.
     void set(unsigned char* data, unsigned int length) override;
 
     std::string str() const override;

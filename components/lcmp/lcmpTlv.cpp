@@ -62,6 +62,9 @@ std::uint64_t loadHostWord(const unsigned char* buffer, unsigned int width) {
     }
 }
 
+// Whether the codec moves values of this type as one number; all others are bytes, copied as they are.
+bool isWord(unsigned int type) { return lcmpTlvFixedWidth(type) > 1; }
+
 // A value that was announced with fewer bytes than its type has: those are its first ones on the wire.
 std::uint64_t getShortWord(const char* bytes, unsigned int count, unsigned int width) {
     char whole[minimumBuffer] = {};
@@ -82,7 +85,7 @@ LCMPTlv::LCMPTlv(const LCMPTlv& other) : lcmp_tlv{other.id, other.type, other.le
         return;
     }
     // The whole of a fixed-width value, also where fewer bytes were announced.
-    const unsigned int size = std::max<unsigned int>(len, wordWidth(type));
+    const unsigned int size = std::max<unsigned int>(len, lcmpTlvFixedWidth(type));
     std::memcpy(val, other.val, size);
 }
 
@@ -114,8 +117,11 @@ void LCMPTlv::storeBytes(const char* data, std::uint16_t size, unsigned char new
     const unsigned int oldLength = len;
     type = newType;
     len = size;
-    if (size == 0)
+    if (size == 0) {
+        if (val != nullptr)
+            std::memset(val, 0, minimumBuffer);
         return;
+    }
     if (!makeRoom(oldLength)) {
         LCMP_ERROR_FOR("setValue", "malloc failed!");
         return;
@@ -321,8 +327,8 @@ int LCMPTlv::serialize(char* buf) const {
     // Without a value the length stands all the same: the caller's accounting of bytes stays true.
     if (len == 0 || !isPointerValid())
         return size;
-    const unsigned int width = wordWidth(type);
-    if (width != 0)
+    const unsigned int width = lcmpTlvFixedWidth(type);
+    if (isWord(type))
         putWord(value, loadHostWord(val, width), width);
     else
         std::memcpy(value, val, len);
@@ -342,8 +348,8 @@ int LCMPTlv::deserialize(const char* buf) {
     if (!isPointerValid())
         return size;
     const char* value = buf + tlvHeaderSize;
-    const unsigned int width = wordWidth(type);
-    if (width != 0) {
+    const unsigned int width = lcmpTlvFixedWidth(type);
+    if (isWord(type)) {
         storeHostWord(val, len < width ? getShortWord(value, len, width) : getWord(value, width), width);
         return size;
     }

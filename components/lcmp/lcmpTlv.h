@@ -30,6 +30,30 @@ enum LcmpTlvType {
 /// The name of a type code as its enumerator is spelled; "unknown" above 13. Never null; lives for ever.
 LCMP_API const char* lcmpTlvTypeName(unsigned int type);
 
+/// Bytes that a value of this type has, whatever an element declares; 0 for the types whose length the
+/// element tells (STRING, BYTE_ARRAY, MAC_ADDRESS) and for unknown codes.
+constexpr unsigned int lcmpTlvFixedWidth(unsigned int type) {
+    switch (type) {
+        case UINT64:
+        case INT64:
+        case UNIX_TIME:
+            return 8;
+        case UINT32:
+        case INT32:
+        case IPv4ADDRESS:
+            return 4;
+        case UINT16:
+        case INT16:
+            return 2;
+        case UINT8:
+        case INT8:
+        case BOOLEAN:
+            return 1;
+        default:
+            return 0;
+    }
+}
+
 /// The raw record of an element.
 struct __attribute__((packed)) lcmp_tlv {
     std::uint32_t id;    ///< OID of the variable the value belongs to.

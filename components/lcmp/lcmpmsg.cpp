@@ -27,7 +27,7 @@ constexpr int largestElementSum = INT_MAX / 2;  // bytes; leaves room for any he
 
 // Where a property would read beyond the frame although the element lies in it: it takes its own width.
 bool tooShortFor(LcmpProperty& property, const ElementView& element) {
-    return element.space < takenWidth(static_cast<unsigned int>(property.getType()));
+    return static_cast<unsigned int>(element.space) < property.readWidth();
 }
 
 }  // namespace
@@ -56,8 +56,8 @@ int LCMPMessage::serializeFrame(char* buf, int size) const {
     return written != 0 && serializeSpecific(buf, size) != 0 ? written : 0;
 }
 
-// Writes the header that every kind begins with and the elements behind the kind's own, and returns the number of
-// bytes of the whole; 0 after a log line.
+// Writes the header that every kind begins with and the elements behind the kind's own, and returns the
+// number of bytes of the whole; 0 after a log line.
 int LCMPMessage::serializeTlvs(char* buf, int size) const {
     if (size < m_headerSize) {
         LCMP_ERROR_FOR("serialize", "trying to serialize in a too small buffer!");

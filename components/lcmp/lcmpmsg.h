@@ -56,8 +56,8 @@ public:
     /// frame has getHeaderSize() + sizeOfTlvs() bytes.
     int serialize(char* buf, int size) const;
 
-    /// The same, and returns the number of bytes written instead: what a transport sends. Properties are asked
-    /// for their lengths once less.
+    /// The same, and returns the number of bytes written instead: what a transport sends. Properties are
+    /// asked for their lengths once less.
     int serializeFrame(char* buf, int size) const;
 
     /// Takes the header from a received frame and returns a result code: 0, 13 wrong magic, 1 wrong version,

@@ -38,7 +38,8 @@ public:
         if (first == none || !m_onlyKnown)
             return {};
         const Known& known = m_known[first];
-        return {known.properties->find((oid >> known.idShift) & known.idMask, oid & known.rowMask), known.object};
+        return {known.properties->find((oid >> known.idShift) & known.idMask, oid & known.rowMask),
+                known.object};
     }
 
     /// Asks, in the order of registration, those of the objects that can have the OID.
@@ -60,7 +61,9 @@ private:
     static constexpr Position none = 0xFFFFFFFF;
 
     // Kind, common flag and the six bits of a table id. A scalar's group has five of them: it has two keys.
-    static constexpr unsigned int keyOf(std::uint32_t oid) { return ((oid >> 23) & 0x180) | ((oid >> 22) & 0x7F); }
+    static constexpr unsigned int keyOf(std::uint32_t oid) {
+        return ((oid >> 23) & 0x180) | ((oid >> 22) & 0x7F);
+    }
 
     void enter(std::uint32_t smallestOid, Position position);
     std::vector<LcmpObject*> m_objects;

@@ -9,8 +9,8 @@ class LcmpProperty;
 
 namespace lcmpdetail {
 
-/// A grid of rows and the ids in use. An object whose grid would be too large, and ids that are too large, are
-/// left to the maps.
+/// A grid of rows and the ids in use. An object whose grid would be too large, and ids that are too large,
+/// are left to the maps.
 class PropertyIndex {
 public:
     explicit PropertyIndex(unsigned int rows) : m_rowCount(rows) {}
