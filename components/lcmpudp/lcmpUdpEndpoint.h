@@ -19,23 +19,21 @@
 
 /// What has happened since the endpoint was made. Plain numbers that only grow; read them whenever you like.
 struct LcmpUdpCounters {
-    std::uint64_t received = 0;  ///< Datagrams taken from the socket, of every kind below.
-    std::uint64_t handled = 0;   ///< Frames given to handleLcmpMsg, replies to own requests included.
-    std::uint64_t sent = 0;      ///< Datagrams that the socket took.
-    std::uint64_t notAllowed =
-        0;                    ///< Dropped: the sender is not on the allow-list. Nothing else is asked then.
-    std::uint64_t empty = 0;  ///< Dropped: no bytes.
-    std::uint64_t truncated = 0;  ///< Dropped: longer than the receive buffer.
-    std::uint64_t late = 0;       ///< Dropped: a response of the target that nobody waits for (any more).
-    std::uint64_t foreign = 0;    ///< Dropped: a response from somebody else than the target.
-    std::uint64_t kept = 0;       ///< Requests and events that came while a reply was awaited.
-    std::uint64_t notKept = 0;    ///< Dropped: the same, when the queue was full.
-    std::uint64_t requests = 0;   ///< Own requests.
-    std::uint64_t retries = 0;    ///< Own requests sent again.
-    std::uint64_t timeouts = 0;   ///< Own requests whose last try, too, had no reply in time.
-    std::uint64_t notAnswered =
-        0;  ///< Error replies withheld: the broken frame was itself a response or event.
-    std::uint64_t sendFailures = 0;  ///< Datagrams that the socket refused, for a passing reason or another.
+    std::uint64_t received = 0;      ///< Datagrams taken from the socket, of every kind below.
+    std::uint64_t handled = 0;       ///< Frames given to handleLcmpMsg, replies to own requests included.
+    std::uint64_t sent = 0;          ///< Datagrams that the socket took.
+    std::uint64_t notAllowed = 0;    ///< Dropped, before all else: the sender is not on the allow-list.
+    std::uint64_t empty = 0;         ///< Dropped: no bytes.
+    std::uint64_t truncated = 0;     ///< Dropped: longer than the receive buffer.
+    std::uint64_t late = 0;          ///< Dropped: a response of the target that nobody waits for (any more).
+    std::uint64_t foreign = 0;       ///< Dropped: a response from somebody else than the target.
+    std::uint64_t kept = 0;          ///< Requests and events that came while a reply was awaited.
+    std::uint64_t notKept = 0;       ///< Dropped: the same, when the queue was full.
+    std::uint64_t requests = 0;      ///< Own requests.
+    std::uint64_t retries = 0;       ///< Own requests sent again.
+    std::uint64_t timeouts = 0;      ///< Own requests whose last try, too, had no reply in time.
+    std::uint64_t notAnswered = 0;   ///< Error replies withheld: the broken frame was a response or event.
+    std::uint64_t sendFailures = 0;  ///< Datagrams that the socket refused, for whatever reason.
     std::uint64_t receiveFailures = 0;  ///< Errors on receiving, passing ones (EINTR aside) included.
 };
 

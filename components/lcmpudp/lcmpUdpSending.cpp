@@ -40,19 +40,22 @@ bool LcmpUdpEndpoint::encode(const LCMPMessage& msg, std::vector<char>& frame) {
     const int elements = msg.sizeOfTlvs();
     if (elements > maxFrame - header)
         return fail("send", "the message is too long for a datagram");
-    frame.resize(static_cast<std::size_t>(header + elements));
-    return msg.serialize(frame.data(), header + elements) != 0 ||
-           fail("send", "the message cannot be serialised");
+    const int size = header + elements;
+    frame.resize(static_cast<std::size_t>(size));
+    return msg.serialize(frame.data(), size) != 0 || fail("send", "the message cannot be serialised");
 }
 
 bool LcmpUdpEndpoint::sendResponseFrame(const LCMPMessage& msg, std::vector<char>& frame) {
-    if (m_served == nullptr || m_served->closings != m_closings || m_socket < 0)
-        return fail("response", "the peer that asked is out of reach");
-    if (m_served->answerless) {
+    if (m_served != nullptr && m_served->answerless) {
         ++m_counters.notAnswered;
         return fail("response to " + lcmpUdpToText(m_served->peer), "responses and events are not answered");
     }
-    return encode(msg, frame) && transmit(frame, m_served->peer, m_served->asked) == 0;
+    if (!encode(msg, frame))
+        return false;
+    // Asked last: until here a hook may have closed the socket, and opened another that nobody asked.
+    if (m_served == nullptr || m_served->closings != m_closings)
+        return fail("response", "the peer that asked is out of reach");
+    return transmit(frame, m_served->peer, m_served->asked) == 0;
 }
 
 bool LcmpUdpEndpoint::sendEventFrame(const LCMPMessage& msg, std::vector<char>& frame) {

@@ -4,12 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <boost/any.hpp>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <map>
 #include <set>
 #include <string>
-#include <tuple>
+#include <type_traits>
 #include <typeinfo>
 #include <vector>
 
@@ -34,6 +35,8 @@ struct Row {
     Value value = Value::none;
     bool marked = false;
 };
+
+static_assert(std::is_same_v<std::underlying_type_t<IfcCardVarAccessType>, std::uint32_t>);
 
 constexpr int readOnly = 1;
 constexpr int writable = 0;

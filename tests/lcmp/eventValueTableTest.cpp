@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <type_traits>
+#include <vector>
 
 #include "capturedLog.h"
 
@@ -32,6 +33,7 @@ TEST(EventValueTable, KeepsWhatItWasMadeWith) {
 }
 
 TEST(EventValueTable, StartsWithZeros) {
+    { const std::vector<unsigned long long> leavesItsMemoryBehind(1000, 0xA5A5A5A5A5A5A5A5); }
     EventValueTable table(true, 1000, 5);
     for (int index = 0; index < 1000; ++index)
         EXPECT_EQ(table.getValue(index), 0U);

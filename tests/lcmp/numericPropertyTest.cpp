@@ -617,6 +617,19 @@ TEST(NumericPropertyOwnCode, IsSent) {
     EXPECT_EQ(hex(wire(property)), "01 00 00 07 0A 00 04 00 00 00 01");
 }
 
+TEST(NumericPropertyOwnLength, OfZeroSendsNoValueAndStillNeedsRoomForIt) {
+    class Empty : public TypeProperty<unsigned int> {
+    public:
+        Empty() : TypeProperty<unsigned int>(varOid, "empty", IFC_CARD_VAR_WRITABLE, 0x01020304) {}
+        unsigned int length() override { return 0; }
+    } property;
+    GuardedBytes buffer(11, '?');
+    EXPECT_EQ(property.serialize(buffer.data(), 10), -1);
+    EXPECT_EQ(buffer.str(), std::string(11, '?'));
+    EXPECT_EQ(property.serialize(buffer.data(), 11), 7);
+    EXPECT_EQ(buffer.str(), element(varOid, UINT32, "") + "????");
+}
+
 TEST(NumericPropertyOwnCode, OfANumberOrAnAddressIsReceivedAndChecked) {
     for (const int code : numericCodes) {
         OwnCode property(code, new OnlyCheck<unsigned int>(0x01020304));

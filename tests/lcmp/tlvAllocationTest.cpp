@@ -1,10 +1,10 @@
 // An element when memory runs out, and how often it asks for memory at all.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <functional>
 #include <string>
-#include <type_traits>
-#include <utility>
 #include <vector>
 
 #include "bytes.h"
@@ -220,7 +220,7 @@ TEST(TlvBufferCount, IsNoneForEqualAndSmallerValues) {
     GuardedBytes wire(bytes("11800002 01 0004 01020304"));
     EXPECT_EQ(buffersFor([&] {
                   for (const Setter& setter : setters()) {
-                      // From the longest again, for every one of them.
+                      // The same ten bytes for every one of them: the length stands for their number.
                       element.setValue("0123456789", 10);
                       setter.call(element);
                       element.len = 10;

@@ -1,9 +1,10 @@
 // The element on the wire, both ways.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string>
-#include <vector>
 
 #include "capturedLog.h"
 #include "heldTlv.h"

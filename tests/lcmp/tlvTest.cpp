@@ -5,7 +5,6 @@
 
 #include <boost/any.hpp>
 #include <cstddef>
-#include <functional>
 #include <limits>
 #include <string>
 #include <type_traits>

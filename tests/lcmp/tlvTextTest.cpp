@@ -2,12 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <limits>
 #include <random>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "heldTlv.h"
 #include "util.h"

@@ -185,6 +185,18 @@ TEST(UdpEvents, RunInStepHoweverLongTheApplicationTakes) {
     EXPECT_EQ(system.waitTimes, (std::vector<int>{100, 70, 70, 70, 70}));
 }
 
+TEST(UdpEvents, RunThatWasLateDoesNotDelayTheNext) {
+    Reporter card;
+    Passes passes;
+    System system(card);
+    system.freezeTime();
+    card.setEventPeriod(Milliseconds(100));
+    system.advance(Milliseconds(130));
+    EXPECT_EQ(card.onDeadline(), 0);
+    EXPECT_EQ(passes(), 1);
+    EXPECT_EQ(card.millisecondsToDeadline(), 70);
+}
+
 TEST(UdpEvents, RunOnceWhenSeveralPeriodsWereMissed) {
     Reporter card;
     Passes passes;

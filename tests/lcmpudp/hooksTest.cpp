@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "capturedLog.h"
 #include "station.h"
 #include "system.h"
 
@@ -160,7 +161,12 @@ TEST(UdpHooks, ClosingWhenAFrameIsSeenEndsTheTurn) {
 }
 
 TEST(UdpHooks, ClosingWhileKeptFramesAreHandledForgetsTheRest) {
-    for (const bool byDeadline : {true, false}) {
+    const std::function<int(Station&)> ways[] = {
+        [](Station& station) { return station.onDeadline(); },
+        [](Station& station) { return station.onReadable(); },
+        [](Station& station) { return station.poll(Milliseconds(10000)); },
+    };
+    for (const auto& way : ways) {
         Station station;
         Peer master;
         Peer card;
@@ -169,11 +175,36 @@ TEST(UdpHooks, ClosingWhileKeptFramesAreHandledForgetsTheRest) {
         master.send(writeRequest(2, {clockIs(0)}), station);
         card.send(writeResponse(1, 0, 0), station);
         EXPECT_TRUE(station.writeClock(1));
-        station.setEventPeriod(Milliseconds(1));
         station.control.onUpdate = [&] { station.close(); };
-        EXPECT_EQ(byDeadline ? station.onDeadline() : station.onReadable(), 1);
+        EXPECT_EQ(way(station), 1);
         EXPECT_EQ(station.clockValue(), 3U);
-        EXPECT_EQ(station.onDeadline(), -1);
+        EXPECT_EQ(way(station), -1);
+    }
+}
+
+TEST(UdpHooks, ClosedEndpointRunsNoEventsThatHaveComeDue) {
+    const std::function<int(Station&)> ways[] = {
+        [](Station& station) { return station.onDeadline(); },
+        [](Station& station) { return station.poll(Milliseconds(10000)); },
+    };
+    for (const auto& way : ways) {
+        Station station;
+        Peer master;
+        Peer card;
+        station.asks(card);
+        master.send(writeRequest(1, {clockIs(3)}), station);
+        card.send(writeResponse(1, 0, 0), station);
+        EXPECT_TRUE(station.writeClock(1));
+        const CapturedLog log(levelDebug1);
+        System system(station);
+        system.freezeTime();
+        station.setEventPeriod(Milliseconds(10));
+        station.control.onUpdate = [&] {
+            system.advance(Milliseconds(100));
+            station.close();
+        };
+        EXPECT_EQ(way(station), 1);
+        EXPECT_EQ(log.count("DEBUG1", "initDone=0") + log.count("DEBUG1", "initDone=1"), 0) << log.all();
     }
 }
 
@@ -239,12 +270,30 @@ TEST(UdpHooks, RequestSentWhileAResponseIsWrittenLeavesTheResponse) {
     EXPECT_EQ(master.receive(), hex(readResponse(7, 0, 0, {clockIs(128), Element(livelyOid, UINT8, "09")})));
 }
 
-TEST(UdpHooks, ClosingWhileAMessageIsWrittenIsAFailedSend) {
+TEST(UdpHooks, ClosingWhileAResponseIsWrittenLosesIt) {
+    for (const bool reopens : {false, true}) {
+        Station station;
+        Peer master;
+        auto* const lively = new Lively([&] {
+            station.close();
+            EXPECT_TRUE(!reopens || station.open("127.0.0.1", 0));
+        });
+        ASSERT_TRUE(station.control.addProp(lively, 0));
+        master.send(readRequest(7, {Element(livelyOid, UINT8, "00")}), station);
+        EXPECT_EQ(station.handleWaiting(), 1);
+        EXPECT_TRUE(master.hasNothing());
+        EXPECT_EQ(station.getLastError(), "response: the peer that asked is out of reach");
+        EXPECT_EQ(station.getCounters().sendFailures, 0U);
+    }
+}
+
+TEST(UdpHooks, ClosingWhileARequestIsWrittenIsAFailedSend) {
     Station station;
-    Peer master;
-    ASSERT_TRUE(station.control.addProp(new Lively([&] { station.close(); }), 0));
-    master.send(readRequest(7, {Element(livelyOid, UINT8, "00")}), station);
-    EXPECT_EQ(station.handleWaiting(), 1);
-    EXPECT_TRUE(master.hasNothing());
-    EXPECT_EQ(station.getLastError(), "send to " + lcmpUdpToText(master.address()) + ": Bad file descriptor");
+    Peer card;
+    station.asks(card);
+    auto* const lively = new Lively([&] { station.close(); });
+    ASSERT_TRUE(station.control.addProp(lively, 0));
+    EXPECT_FALSE(station.readProperty(*lively));
+    EXPECT_EQ(station.getLastError(), "send to " + lcmpUdpToText(card.address()) + ": Bad file descriptor");
+    EXPECT_TRUE(card.hasNothing());
 }

@@ -5,7 +5,6 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -33,19 +32,6 @@ bool isReadable(int socket, int milliseconds) {
     return poll(&waiting, 1, milliseconds) == 1;
 }
 
-std::chrono::nanoseconds arrivalOf(msghdr& message) {
-    for (cmsghdr* header = CMSG_FIRSTHDR(&message); header != nullptr;
-         header = CMSG_NXTHDR(&message, header)) {
-        if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_TIMESTAMPNS)
-            continue;
-        timespec time{};
-        std::memcpy(&time, CMSG_DATA(header), sizeof time);
-        return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-    }
-    ADD_FAILURE() << "the system did not say when the datagram came";
-    return {};
-}
-
 }  // namespace
 
 Peer::Peer(const std::string& host, std::uint16_t port)
@@ -54,8 +40,6 @@ Peer::Peer(const std::string& host, std::uint16_t port)
     m_address.port = port;
     sockaddr_in system = toSystem(m_address);
     socklen_t size = sizeof system;
-    const int on = 1;
-    EXPECT_EQ(setsockopt(m_socket, SOL_SOCKET, SO_TIMESTAMPNS, &on, sizeof on), 0);
     EXPECT_EQ(bind(m_socket, reinterpret_cast<const sockaddr*>(&system), size), 0) << std::strerror(errno);
     EXPECT_EQ(getsockname(m_socket, reinterpret_cast<sockaddr*>(&system), &size), 0);
     m_address = fromSystem(system);
@@ -78,21 +62,13 @@ std::string Peer::receive() {
     if (!isReadable(m_socket, patience))
         return "nothing came";
     std::string frame(65535, '\0');
-    alignas(cmsghdr) char control[256];
     sockaddr_in from{};
-    iovec place{frame.data(), frame.size()};
-    msghdr message{};
-    message.msg_name = &from;
-    message.msg_namelen = sizeof from;
-    message.msg_iov = &place;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    const ssize_t size = recvmsg(m_socket, &message, 0);
+    socklen_t fromSize = sizeof from;
+    const ssize_t size =
+        recvfrom(m_socket, frame.data(), frame.size(), 0, reinterpret_cast<sockaddr*>(&from), &fromSize);
     if (size < 0)
         return std::strerror(errno);
     m_sender = fromSystem(from);
-    m_arrival = arrivalOf(message);
     frame.resize(static_cast<std::size_t>(size));
     return hex(frame);
 }

@@ -1,7 +1,6 @@
 // The other side of an endpoint: a socket, and nothing that knows the protocol.
 #pragma once
 
-#include <chrono>
 #include <string>
 
 #include "lcmpUdpEndpoint.h"
@@ -30,11 +29,9 @@ public:
 
     /// Of the datagram that receive returned last.
     LcmpUdpAddress sender() const { return m_sender; }
-    std::chrono::nanoseconds arrival() const { return m_arrival; }
 
 private:
     int m_socket;
     LcmpUdpAddress m_address;
     LcmpUdpAddress m_sender;
-    std::chrono::nanoseconds m_arrival{0};
 };

@@ -44,23 +44,25 @@ int h();
 one.h  two.cpp
 ```
 
-See [the program](program.cpp), [above](#title-of-it), [there](docs/more.md#2-rows-and-columns), [out](https://example.org/none).
+See [the program](program.cpp), [above](#title-of-it), [there](docs/more.md#2-rows-and-columns) and
+[outside](https://example.org/none).
 """
 
 
 class Documents(unittest.TestCase):
-    def faults(self, readme=README, **changed):
+    def faults(self, readme=README, others=None):
         with tempfile.TemporaryDirectory() as folder:
             root = pathlib.Path(folder).resolve()
-            files = {"README.md": readme, "program.cpp": PROGRAM, "whole.cpp": WHOLE, "read.frame": FRAME, "level.h": HEADER, "src/one.h": "",
-                     "src/two.cpp": "", "docs/more.md": "## 2. Rows, and `columns`\n", **changed.get("files", {})}
+            files = {"README.md": readme, "program.cpp": PROGRAM, "whole.cpp": WHOLE, "read.frame": FRAME,
+                     "level.h": HEADER, "src/one.h": "", "src/two.cpp": "",
+                     "docs/more.md": "## 2. Rows, and `columns`\n", **(others or {})}
             for name, text in files.items():
                 (root / name).parent.mkdir(exist_ok=True)
                 (root / name).write_text(text, encoding="utf-8")
             return docs.faults_of(root)[0]
 
-    def expect(self, fault, readme=README, **changed):
-        self.assertEqual(self.faults(readme, **changed), [f"README.md: {fault}"])
+    def expect(self, fault, readme=README, files=None):
+        self.assertEqual(self.faults(readme, files), [f"README.md: {fault}"])
 
     def test_a_document_that_quotes_what_stands_has_none(self):
         self.assertEqual(self.faults(), [])

@@ -11,7 +11,7 @@ import pathlib
 import re
 import sys
 
-# From the ground up. A floor is a list of rooms, a room a list of files; rooms of one floor do not know each other.
+# From the ground up. A floor is a list of rooms, a room a list of files. Rooms of one floor do not know each other.
 LCMP = "components/lcmp/"
 FLOORS = [
     [["components/platform/*"], [LCMP + "lcmpExport.h"]],
@@ -40,8 +40,9 @@ LOOKS_UP = {
 }
 
 # The library does no I/O and starts no threads.
-NOT_IN_CORE = ["thread", "mutex", "shared_mutex", "condition_variable", "future", "pthread.h", "fstream", "filesystem",
-               "fcntl.h", "unistd.h", "poll.h", "netdb.h", "netinet/*", "sys/socket.h", "sys/select.h", "sys/epoll.h"]
+NOT_IN_CORE = ["thread", "mutex", "shared_mutex", "condition_variable", "future", "pthread.h", "fstream",
+               "filesystem", "fcntl.h", "unistd.h", "poll.h", "netdb.h", "netinet/*", "sys/socket.h", "sys/select.h",
+               "sys/epoll.h"]
 
 SEARCHED = ["components/platform", "components/lcmp", "components/lcmpudp", "components/lcmpmodel", "tools/lcmp",
             "tests/support"]

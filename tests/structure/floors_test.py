@@ -35,6 +35,8 @@ HOUSE = {
     "tests/lcmp/tlvTest.cpp": "#include <gtest/gtest.h>\n#include \"lcmpTlv.h\"\n",
 }
 
+BESIDE = "which stands in another room of the same floor"
+
 
 class House(unittest.TestCase):
     def setUp(self):
@@ -86,10 +88,10 @@ class House(unittest.TestCase):
 
     def test_neighbours_of_one_floor_do_not_include_each_other(self):
         self.expect_found("components/lcmp/lcmpTextProperty.h", '#include "lcmpNumericProperty.h"',
-                          "includes components/lcmp/lcmpNumericProperty.h, which stands in another room of the same floor")
+                          f"includes components/lcmp/lcmpNumericProperty.h, {BESIDE}")
         self.write("components/lcmp/lcmpTextProperty.h", HOUSE["components/lcmp/lcmpTextProperty.h"])
         self.expect_found("components/lcmpmodel/lcmpModel.h", '#include "lcmpUdpEndpoint.h"',
-                          "includes components/lcmpudp/lcmpUdpEndpoint.h, which stands in another room of the same floor")
+                          f"includes components/lcmpudp/lcmpUdpEndpoint.h, {BESIDE}")
 
     def test_detail_in_a_public_header_is_found(self):
         self.expect_found("components/lcmp/lcmpmsg.h", '#include "detail/bytes.h"',

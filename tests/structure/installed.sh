@@ -14,6 +14,11 @@ cmake --install "$build" --prefix "$work/prefix" >"$work/install.log" || { cat "
 hidden=$(find "$work/prefix" -path '*detail*' -o -name '*.cpp')
 [ -z "$hidden" ] || { echo "installed, and should not be: $hidden"; exit 1; }
 
+# Programs find the libraries beside them, wherever the prefix is.
+for program in "$work"/prefix/bin/*; do
+    [ ! -e "$program" ] || "$program" --help >/dev/null
+done
+
 # The consumer stands outside this tree, so that it cannot find anything here by chance.
 cp -r "$consumer" "$work/consumer"
 cmake -S "$work/consumer" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \

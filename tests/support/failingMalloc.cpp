@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 
 #define LCMP_PREEMPTS __attribute__((visibility("default")))

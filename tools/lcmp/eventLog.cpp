@@ -43,7 +43,7 @@ void EventLog::take(const LcmpUdpAddress& address, const char* frame, int size) 
     LCMPMessage header;
     if (size < shortestFrame)
         return complain(name, "a frame of " + std::to_string(size) + " bytes");
-    const unsigned int fault = header.deserialize(frame, size);
+    const auto fault = static_cast<unsigned int>(header.deserialize(frame, size));
     if (fault != RESULT_OK)
         return complain(name, std::string("a frame of another kind: ") + lcmpResultName(fault));
     Card& card = cardAt(address);

@@ -253,7 +253,7 @@ Exchange::Reply Exchange::parseReply() const {
     Reply reply;
     const auto size = static_cast<int>(replyBuffer.size());
     LCMPResponse response;
-    const unsigned int fault = response.deserialize(replyBuffer.data(), size);
+    const auto fault = static_cast<unsigned int>(response.deserialize(replyBuffer.data(), size));
     const bool whole = fault == RESULT_OK &&
                        takeElements(replyBuffer.data(), size, response.getHeaderSize(), reply.elements);
     reply.result = response.getResult();
