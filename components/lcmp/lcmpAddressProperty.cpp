@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <cstring>
 #include <iomanip>
-#include <sstream>
 
 #include "detail/bytes.h"
 #include "detail/log.h"
+#include "detail/text.h"
 #include "detail/tlvHeader.h"
 
 using namespace lcmpdetail;
@@ -80,7 +80,7 @@ void MacAddressProperty::set(unsigned char* data, unsigned int length) {
 namespace {
 
 std::string octetsAsText(const unsigned char* octets, unsigned int count) {
-    std::ostringstream text;
+    TextStream text;
     text << std::hex << std::setfill('0');
     for (unsigned int i = 0; i < count; ++i)
         text << std::setw(2) << static_cast<unsigned int>(octets[i]) << ' ';
@@ -140,7 +140,7 @@ void IpAddressProperty::set(unsigned int value) {
 }
 
 std::string IpAddressProperty::str() const {
-    std::ostringstream text;
+    TextStream text;
     text << lineHead() << std::hex << std::setw(10) << m_value << "(def = " << m_default << ")\n";
     return text.str();
 }
@@ -180,7 +180,7 @@ void UnixTimeProperty::set(long long value) {
 }
 
 std::string UnixTimeProperty::str() const {
-    std::ostringstream text;
+    TextStream text;
     text << lineHead() << std::setw(20) << m_value << "(def = " << m_default << ")\n";
     return text.str();
 }

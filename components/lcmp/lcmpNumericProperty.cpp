@@ -1,9 +1,9 @@
 #include "lcmpNumericProperty.h"
 
 #include <iomanip>
-#include <sstream>
 
 #include "detail/log.h"
+#include "detail/text.h"
 #include "detail/tlvHeader.h"
 
 using namespace lcmpdetail;
@@ -126,7 +126,7 @@ void TypeProperty<T>::set(T value) {
 
 template <typename T>
 std::string TypeProperty<T>::str() const {
-    std::ostringstream text;
+    TextStream text;
     text << lineHead() << std::setw(20) << asNumber(static_cast<T>(m_value))
          << "  (def = " << asNumber(m_default) << (isEventable() ? ", eventable" : "") << ")\n";
     return text.str();
@@ -139,7 +139,7 @@ namespace {
 
 template <typename T>
 std::string rangeCheckText(T min, T max, T value) {
-    std::ostringstream text;
+    TextStream text;
     text << "checking value is valid with min:" << min << " and max:" << max << " and value " << value;
     return text.str();
 }

@@ -1,9 +1,8 @@
 #include "lcmpObjectId.h"
 
-#include <sstream>
-
 #include "detail/log.h"
 #include "detail/oidLayout.h"
+#include "detail/text.h"
 #include "lcmpResult.h"
 
 using namespace lcmpdetail;
@@ -44,7 +43,7 @@ void LcmpObjectId::decodeTable(unsigned int oid) {
 }
 
 std::string LcmpObjectId::str() const {
-    std::ostringstream text;
+    TextStream text;
     if (m_is_table) {
         text << "table object: common = " << m_common << ", table id = " << m_id << ", column = " << m_sub_id
              << ", row = " << m_row;

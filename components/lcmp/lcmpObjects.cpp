@@ -1,12 +1,12 @@
 #include "lcmpObjects.h"
 
-#include <sstream>
 #include <typeinfo>
 #include <utility>
 
 #include "detail/log.h"
 #include "detail/oidLayout.h"
 #include "detail/propertyIndex.h"
+#include "detail/text.h"
 #include "lcmpProperty.h"
 
 using namespace lcmpdetail;
@@ -125,7 +125,7 @@ bool LcmpObject::isValidObjectId(unsigned int oid) { return getPropFromOID(oid) 
 std::string LcmpObject::str(int firstRow, int maxRows) const {
     const unsigned int first = firstRow > 0 ? static_cast<unsigned int>(firstRow) : 0;
     unsigned int rowsLeft = maxRows > 0 ? static_cast<unsigned int>(maxRows) : m_rowCount;
-    std::ostringstream text;
+    TextStream text;
     text << m_id << " (size = " << m_rowCount << ")\n---------------------------\n";
     for (unsigned int row = first; row < m_rowCount && rowsLeft > 0; ++row, --rowsLeft) {
         text << "\nProperties for row " << row << ":\n";

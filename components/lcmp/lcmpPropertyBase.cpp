@@ -1,9 +1,10 @@
 #include "lcmpPropertyBase.h"
 
+#include <algorithm>
 #include <iomanip>
-#include <sstream>
 
 #include "detail/log.h"
+#include "detail/text.h"
 #include "detail/tlvHeader.h"
 #include "detail/withdrawal.h"
 #include "lcmpObjects.h"
@@ -109,7 +110,11 @@ int LcmpProperty::checkBuffer(const char* buffer, bool checkValue) {
 unsigned int LcmpProperty::readWidth() {
     constexpr unsigned int macSize = 6;
     const int type = getType();
-    return type == MAC_ADDRESS ? macSize : lcmpTlvFixedWidth(static_cast<unsigned int>(type));
+    if (type == MAC_ADDRESS)
+        return macSize;
+    // A derived class may announce a type that is narrower than what it holds.
+    const unsigned int width = lcmpTlvFixedWidth(static_cast<unsigned int>(type));
+    return width != 0 ? std::max(width, length()) : 0;
 }
 
 bool LcmpProperty::hasOid(unsigned int oid) const {
@@ -155,7 +160,7 @@ char* LcmpProperty::noRoom() const {
 }
 
 std::string LcmpProperty::lineHead() const {
-    std::ostringstream text;
+    TextStream text;
     text << std::setw(3) << m_id << " | " << std::setw(40) << m_name << " : ";
     return text.str();
 }

@@ -4,11 +4,11 @@
 #include <arpa/inet.h>
 
 #include <cstdio>
-#include <sstream>
 
 #include "detail/log.h"
 #include "detail/objectIndex.h"
 #include "detail/peerTable.h"
+#include "detail/text.h"
 
 using namespace lcmpdetail;
 
@@ -208,7 +208,7 @@ std::string dumpLine(const unsigned char* data, unsigned int offset, unsigned in
 }  // namespace
 
 void LcmpProtocolBase::dump_hex(const unsigned char* data, unsigned int length) {
-    std::ostringstream lines;
+    TextStream lines;
     for (unsigned int offset = 0; offset < length;) {
         const unsigned int count = length - offset < bytesPerDumpLine ? length - offset : bytesPerDumpLine;
         lines << dumpLine(data, offset, count);

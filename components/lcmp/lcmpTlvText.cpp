@@ -1,7 +1,7 @@
 // Values as text.
 #include <cstdio>
-#include <sstream>
 
+#include "detail/text.h"
 #include "detail/tlvHeader.h"
 #include "lcmpTlv.h"
 #include "util.h"
@@ -51,7 +51,7 @@ std::string quoted(const unsigned char* bytes, unsigned int size) {
 }
 
 std::string dotted(unsigned int address) {
-    std::ostringstream text;
+    lcmpdetail::TextStream text;
     text << (address >> 24) << '.' << ((address >> 16) & 0xFF) << '.' << ((address >> 8) & 0xFF) << '.'
          << (address & 0xFF);
     return text.str();
@@ -113,7 +113,7 @@ std::string isoTime(long long seconds) {
 const char* lcmpTlvTypeName(unsigned int type) { return type < typeCount ? typeNames[type] : "unknown"; }
 
 std::string LCMPTlv::toString() const {
-    std::ostringstream text;
+    lcmpdetail::TextStream text;
     text << "id=0x" << std::hex << std::uint32_t{id} << std::dec << ' ';
     if (len != 0)
         text << "type=" << lcmpTlvTypeName(type) << " len=" << std::uint16_t{len} << " val=" << valToString();

@@ -24,7 +24,7 @@ FLOORS = [
      [LCMP + "lcmpOldStyleProperty.*"]],
     [[LCMP + "lcmpProperty.h"]],
     [[LCMP + "lcmpObjects.*"]],
-    [[LCMP + "lcmpmsg.*"]],
+    [[LCMP + "lcmpmsg.*"], [LCMP + "lcmpObjectIndex.cpp"]],
     [[LCMP + "lcmpEventValueTable.*"], [LCMP + "lcmpCardVariables.*"]],
     [[LCMP + "lcmpProtocolBase.*"]],
     [[LCMP + "lcmpServing.cpp"], [LCMP + "lcmpRequesting.cpp"], [LCMP + "lcmpReporting.cpp"]],

@@ -1,8 +1,8 @@
-#include "objectIndex.h"
-
+// The index of registered objects: what needs to know objects.
 #include <typeinfo>
 
-#include "../lcmpObjects.h"
+#include "detail/objectIndex.h"
+#include "lcmpObjects.h"
 
 namespace lcmpdetail {
 
