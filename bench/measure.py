@@ -2,6 +2,8 @@
 import collections
 import contextlib
 import json
+import os
+import pathlib
 import re
 import signal
 import socket
@@ -16,8 +18,7 @@ SERVERS = {
     "card": ["bench_card", "{port}", "scalar"],
     "card of 2,048": ["bench_card", "{port}", "table"],
     "card of 192 objects": ["bench_card", "{port}", "scalar", "192"],
-    "net-snmp, watched": ["bench_snmp_agent", "{port}", "watched"],
-    "net-snmp, one handler": ["bench_snmp_agent", "{port}", "handler"],
+    "net-snmp": ["bench_snmp_agent", "{port}"],
     "libcoap": ["bench_coap_server", "{port}"],
 }
 PROTOCOLS = {"bench_echo": "echo", "bench_card": "card", "bench_snmp_agent": "snmp", "bench_coap_server": "coap"}
@@ -27,6 +28,11 @@ def free_port():
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
         probe.bind(("127.0.0.1", 0))
         return probe.getsockname()[1]
+
+
+def traced_by(tracer):
+    """The process that a tracer has started, which the tracer follows to its end."""
+    return int(pathlib.Path(f"/proc/{tracer}/task/{tracer}/children").read_text(encoding="ascii").split()[0])
 
 
 class Programs:
@@ -51,7 +57,7 @@ class Programs:
                     raise RuntimeError(f"{name}: the server does not start")
                 yield f"{PROTOCOLS[program]}:{port}"
             finally:
-                server.send_signal(signal.SIGTERM)
+                os.kill(traced_by(server.pid) if wrapper else server.pid, signal.SIGTERM)
 
     def rates(self, a, b, variables, requests, in_flight, pairs, seconds):
         lines = self.output("bench_client", a, b, variables, requests, in_flight, pairs, seconds).splitlines()

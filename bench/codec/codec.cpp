@@ -21,15 +21,18 @@ constexpr std::size_t count = bench::scalarVariables;
 constexpr std::size_t elementSize = 11;  // OID 4, type 1, length 2, value 4
 constexpr std::uint8_t unsigned32 = 1;
 
+// What an element says, whatever its type: none of it is known when the program is compiled.
 struct Value {
     std::uint32_t id;
+    std::uint8_t type;
+    std::uint16_t length;
     std::uint32_t value;
 };
 
 std::vector<Value> values() {
     std::vector<Value> all;
     for (unsigned int number = 0; number < count; ++number)
-        all.push_back({bench::scalarOidOf(number), bench::valueOf(number)});
+        all.push_back({bench::scalarOidOf(number), unsigned32, 4, bench::valueOf(number)});
     return all;
 }
 
@@ -59,8 +62,8 @@ std::uint32_t take32(const char* p) {
 
 char* putElement(char* p, const Value& value) {
     put32(p, value.id);
-    p[4] = static_cast<char>(unsigned32);
-    put16(p + 5, 4);
+    p[4] = static_cast<char>(value.type);
+    put16(p + 5, value.length);
     put32(p + 7, value.value);
     return p + elementSize;
 }
@@ -93,10 +96,12 @@ bool decodeAll(const std::vector<char>& buffer, std::vector<Value>& all) {
     for (Value& value : all) {
         if (left < 7)
             return false;
-        const std::size_t length = take16(p + 5);
-        if (left - 7 < length || take8(p + 4) != unsigned32 || length != 4)
+        const std::uint32_t type = take8(p + 4);
+        const std::uint32_t length = take16(p + 5);
+        if (left - 7 < length || type != unsigned32 || length != 4)
             return false;
-        value = {take32(p), take32(p + 7)};
+        value = {take32(p), static_cast<std::uint8_t>(type), static_cast<std::uint16_t>(length),
+                 take32(p + 7)};
         p += 7 + length;
         left -= 7 + length;
     }
@@ -226,7 +231,7 @@ void fill(bench::wire::Elements& message, const std::vector<Value>& all) {
     for (const Value& value : all) {
         bench::wire::Element* const element = message.add_element();
         element->set_id(value.id);
-        element->set_value(value.value);
+        element->set_unsigned32(value.value);
     }
 }
 
@@ -282,8 +287,12 @@ void encodeNanopb(benchmark::State& state) {
     std::vector<pb_byte_t> buffer(encodedByProtobuf().size());
     for (auto _ : state) {
         message->element_count = 0;
-        for (const Value& value : all)
-            message->element[message->element_count++] = {value.id, value.value};
+        for (const Value& value : all) {
+            bench_wire_Element& element = message->element[message->element_count++];
+            element.id = value.id;
+            element.which_value = bench_wire_Element_unsigned32_tag;
+            element.value.unsigned32 = value.value;
+        }
         pb_ostream_t stream = pb_ostream_from_buffer(buffer.data(), buffer.size());
         if (!pb_encode(&stream, bench_wire_Elements_fields, message.get()))
             state.SkipWithError("not encoded");

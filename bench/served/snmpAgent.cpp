@@ -1,10 +1,8 @@
-// A peer: an agent made of net-snmp's agent library. Configuration files, logging, sub-agents and access
-// control are off: nothing stands between request and value but the library itself.
+// A peer: an agent made of net-snmp's agent library, with as many watched integers as the card has variables.
+// Configuration files, logging, sub-agents and access control are off: nothing stands between request and
+// value but the library itself.
 //
-// usage: bench_snmp_agent PORT watched|handler
-//
-//   watched   as many watched integers as the card has variables: one call each, the library does the rest
-//   handler   one handler of its own for all of them: more work for whoever writes it, less for the agent
+// usage: bench_snmp_agent PORT
 #include <net-snmp/net-snmp-config.h>
 
 #include <net-snmp/net-snmp-includes.h>
@@ -22,33 +20,14 @@ int hosts_ctl(char* /*daemon*/, char* /*host*/, char* /*address*/, char* /*user*
 
 namespace {
 
-constexpr oid base[] = {1, 3, 6, 1, 3};
 int values[bench::scalarVariables];
 
 void watchValues() {
     for (unsigned int number = 0; number < bench::scalarVariables; ++number) {
+        values[number] = static_cast<int>(bench::valueOf(number));
         const oid name[] = {1, 3, 6, 1, 3, number + 1, 0};
         netsnmp_register_int_instance("value", name, OID_LENGTH(name), &values[number], nullptr);
     }
-}
-
-int answer(netsnmp_mib_handler* /*handler*/, netsnmp_handler_registration* /*registration*/,
-           netsnmp_agent_request_info* info, netsnmp_request_info* request) {
-    for (; request != nullptr; request = request->next) {
-        netsnmp_variable_list* const variable = request->requestvb;
-        const oid number =
-            variable->name_length == OID_LENGTH(base) + 2 ? variable->name[OID_LENGTH(base)] : 0;
-        if (number >= 1 && number <= bench::scalarVariables)
-            snmp_set_var_typed_integer(variable, ASN_INTEGER, values[number - 1]);
-        else
-            netsnmp_set_request_error(info, request, SNMP_NOSUCHOBJECT);
-    }
-    return SNMP_ERR_NOERROR;
-}
-
-void handleValues() {
-    netsnmp_register_handler(
-        netsnmp_create_handler_registration("values", answer, base, OID_LENGTH(base), HANDLER_CAN_RONLY));
 }
 
 // Before anything of the library runs: it reads files, makes folders and logs already while it starts.
@@ -69,17 +48,11 @@ void turnOffTheRest() {
 
 int main(int argc, char** argv) {
     const std::string transport = "udp:127.0.0.1:" + std::to_string(bench::portIn(argc, argv));
-    const std::string design = argc > 2 ? argv[2] : "";
     turnOffTheRest();
     netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, transport.c_str());
     if (init_agent("bench") != 0)
         bench::stop("the agent cannot be initialised");
-    for (unsigned int number = 0; number < bench::scalarVariables; ++number)
-        values[number] = static_cast<int>(bench::valueOf(number));
-    if (design == "watched")
-        watchValues();
-    else
-        handleValues();
+    watchValues();
     init_snmp("bench");
     if (init_master_agent() != 0)
         bench::stop("the port cannot be had");

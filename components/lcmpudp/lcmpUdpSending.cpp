@@ -42,7 +42,9 @@ bool LcmpUdpEndpoint::encode(const LCMPMessage& msg, std::vector<char>& frame) {
         return fail("send", "the message is too long for a datagram");
     const int size = header + elements;
     frame.resize(static_cast<std::size_t>(size));
-    return msg.serialize(frame.data(), size) != 0 || fail("send", "the message cannot be serialised");
+    const int written = msg.serializeFrame(frame.data(), size);
+    frame.resize(static_cast<std::size_t>(written));
+    return written != 0 || fail("send", "the message cannot be serialised");
 }
 
 bool LcmpUdpEndpoint::sendResponseFrame(const LCMPMessage& msg, std::vector<char>& frame) {

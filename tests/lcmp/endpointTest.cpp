@@ -307,6 +307,39 @@ TEST_F(ReceivedFrame, GoesToTheHandlerOfItsAction) {
     EXPECT_EQ(card.sent.size(), 2U);
 }
 
+// ---------------------------------------------------------------- handlers, called directly
+
+TEST(Handlers, DoNothingWithAMessageThatIsTooShort) {
+    Card card;
+    card.takesLegacy();
+    card.acceptsEvents = true;
+    LCMPResponse response;
+    const auto expectFailure = [&](const std::string& frameBytes, const auto& handle) {
+        GuardedBytes guarded(frameBytes);
+        CapturedLog log(levelError);
+        EXPECT_FALSE(handle(guarded)) << hex(frameBytes);
+        EXPECT_EQ(log.lines().size(), 1U) << log.all();
+    };
+    for (std::size_t size = 0; size < requestHeader; ++size) {
+        expectFailure(readRequest(7).substr(0, size), [&](GuardedBytes& data) {
+            return card.handleRequest(data.size(), data.data(), response);
+        });
+    }
+    for (std::size_t size = 0; size < responseHeader; ++size) {
+        expectFailure(readResponse(7, 0, 0).substr(0, size),
+                      [&](GuardedBytes& data) { return card.handleResponse(data.size(), data.data()); });
+    }
+    for (std::size_t size = 0; size < amiHeader; ++size) {
+        expectFailure(amiFrame(7, 0, 0).substr(0, size),
+                      [&](GuardedBytes& data) { return card.handleAmi(data.size(), data.data()); });
+    }
+    EXPECT_FALSE(card.handleRequest(-1, nullptr, response));
+    EXPECT_FALSE(card.handleResponse(-1, nullptr));
+    EXPECT_FALSE(card.handleAmi(-1, nullptr));
+    EXPECT_THAT(card.sent, IsEmpty());
+    EXPECT_THAT(card.journal, IsEmpty());
+}
+
 // ---------------------------------------------------------------- log lines
 
 TEST(ReceiveLog, TellsTheLength) {
@@ -351,6 +384,49 @@ TEST(ReceiveLog, TellsThatTheVersionDiffers) {
 TEST(ReceiveLog, TellsThatTheMagicIsForeign) {
     EXPECT_LOGS_FROM(endpointFile, "handleLcmpMsg", "DEBUG1", "magic number is incorrect!, returning true",
                      [] { Card().receive(bytes("4F544E32 01 01 0007")); });
+}
+
+namespace {
+
+/// Counts how often its text was asked for.
+class CountingProperty : public TypeProperty<unsigned char> {
+public:
+    CountingProperty()
+        : TypeProperty(9, "counting", IFC_CARD_VAR_WRITABLE, std::uint8_t{0},
+                       new RangeCheckValue<unsigned char>(0, 9)) {}
+
+    std::string str() const override {
+        ++asked;
+        return TypeProperty::str();
+    }
+
+    mutable int asked = 0;
+};
+
+}  // namespace
+
+// A property's text is dear.
+TEST(ReceiveLog, HasTextsOnlyInLinesThatAreWritten) {
+    Card card;
+    card.acceptsEvents = true;
+    auto* counting = new CountingProperty;
+    card.control.addProp(counting, 0);
+    const auto receiveEverything = [&card] {
+        const Element element = {0x11800009, UINT8, "05"};
+        EXPECT_TRUE(card.receive(readRequest(7, {element})));
+        EXPECT_TRUE(card.receive(writeRequest(8, {element})));
+        EXPECT_TRUE(card.receive(readResponse(9, RESULT_OK, 0, {element})));
+        EXPECT_TRUE(card.receive(amiFrame(10, 0, 0, {element})));
+    };
+    receiveEverything();
+    {
+        CapturedLog log(levelDebug1);
+        receiveEverything();
+    }
+    EXPECT_EQ(counting->asked, 0);
+    CapturedLog log(levelDebug2);
+    receiveEverything();
+    EXPECT_EQ(counting->asked, 5);  // the write asks for it once more, before the check of its value
 }
 
 // ---------------------------------------------------------------- hex dump

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <utility>
 
 #include "frameBuilder.h"
@@ -348,122 +349,147 @@ std::unique_ptr<LcmpProperty> propertyFor(const Element& element) {
     return fits ? std::move(property) : legacyOf(other(element));
 }
 
-std::vector<std::string> goldenNames() {
-    std::vector<std::string> names;
-    for (const Frame& golden : goldenFrames())
-        names.push_back(golden.name);
-    return names;
+Built meaningOf(const Frame& golden) {
+    const auto found = meanings.find(golden.name);
+    if (found == meanings.end())
+        throw std::runtime_error("nothing is written down for this frame");
+    return found->second();
 }
 
-std::string testName(const testing::TestParamInfo<std::string>& info) {
-    std::string name = info.param;
-    std::replace(name.begin(), name.end(), '-', '_');
-    return name;
+/// A golden frame as the library decoded it.
+class Decoded {
+public:
+    explicit Decoded(const Frame& golden)
+        : m_guarded(golden.bytes),
+          message(messageOfAction(static_cast<unsigned int>(number(golden.bytes, 5, 1)))),
+          elements(elementsOf(golden.bytes, static_cast<std::size_t>(message->getHeaderSize()))) {
+        EXPECT_EQ(message->deserialize(m_guarded.data(), m_guarded.size()), 0);
+    }
+
+    /// The message again, each element through the property that is made for it.
+    std::string writtenAgain(const std::function<std::unique_ptr<LcmpProperty>(const Element&)>& make) {
+        std::vector<std::unique_ptr<LcmpProperty>> properties;
+        for (const Element& element : elements) {
+            properties.push_back(make(element));
+            message->addProperty(properties.back().get());
+        }
+        const std::string frameBytes = frameOf(*message);
+        message->clearProperties();
+        return frameBytes;
+    }
+
+private:
+    GuardedBytes m_guarded;
+
+public:
+    const std::unique_ptr<LCMPMessage> message;
+    const Elements elements;
+};
+
+void forEachGoldenFrame(const std::function<void(const Frame&)>& expectations) {
+    for (const Frame& golden : goldenFrames()) {
+        SCOPED_TRACE(golden.name);
+        expectations(golden);
+    }
 }
 
 }  // namespace
 
-class GoldenFrames : public testing::TestWithParam<std::string> {
-protected:
-    std::string bytes() const { return frame(GetParam()).bytes; }
-    unsigned int action() const { return static_cast<unsigned int>(number(bytes(), 5, 1)); }
+TEST(GoldenFrames, AreThereForEverythingWrittenDown) {
+    for (const auto& meaning : meanings)
+        EXPECT_NO_THROW(frame(meaning.first)) << meaning.first;
+}
 
-    Built meaning() const {
-        const auto found = meanings.find(GetParam());
-        if (found == meanings.end())
-            throw std::runtime_error("nothing is written down for the frame " + GetParam());
-        return found->second();
-    }
+TEST(GoldenFrames, AreTheBytesOfTheirValues) {
+    forEachGoldenFrame(
+        [](const Frame& golden) { EXPECT_EQ(hex(frameOf(meaningOf(golden).message())), hex(golden.bytes)); });
+}
 
-    std::unique_ptr<LCMPMessage> decoded(GuardedBytes& guarded) const {
-        auto message = messageOfAction(action());
-        EXPECT_EQ(message->deserialize(guarded.data(), guarded.size()), 0);
-        return message;
-    }
-};
+TEST(GoldenFrames, HaveTheHeaderOfTheirMessage) {
+    forEachGoldenFrame([](const Frame& golden) {
+        const Built expected = meaningOf(golden);
+        const Decoded decoded(golden);
+        EXPECT_EQ(decoded.message->getAction(), expected.message().getAction());
+        EXPECT_EQ(decoded.message->getMessageId(), expected.message().getMessageId());
+    });
+}
 
-TEST_P(GoldenFrames, AreTheBytesOfTheirValues) { EXPECT_EQ(hex(frameOf(meaning().message())), hex(bytes())); }
-
-TEST_P(GoldenFrames, AreTheHeaderOfTheirMessage) {
-    const Built expected = meaning();
-    GuardedBytes guarded(bytes());
-    const auto message = decoded(guarded);
-    EXPECT_EQ(message->getAction(), expected.message().getAction());
-    EXPECT_EQ(message->getMessageId(), expected.message().getMessageId());
-    if (const auto* response = dynamic_cast<LCMPResponse*>(message.get())) {
+TEST(GoldenFrames, OfResponsesHaveTheirResultAndErrorIndex) {
+    forEachGoldenFrame([](const Frame& golden) {
+        const Decoded decoded(golden);
+        const auto* response = dynamic_cast<LCMPResponse*>(decoded.message.get());
+        if (response == nullptr)
+            return;
+        const Built expected = meaningOf(golden);
         const auto& expectedResponse = dynamic_cast<LCMPResponse&>(expected.message());
         EXPECT_EQ(response->getResult(), expectedResponse.getResult());
         EXPECT_EQ(response->getErrorIndex(), expectedResponse.getErrorIndex());
-    }
-    if (const auto* event = dynamic_cast<LCMPAmi*>(message.get())) {
-        const auto& expectedEvent = dynamic_cast<LCMPAmi&>(expected.message());
-        EXPECT_EQ(event->getSeconds(), expectedEvent.getSeconds());
-        EXPECT_EQ(event->getMicroseconds(), expectedEvent.getMicroseconds());
-    }
+    });
 }
 
-TEST_P(GoldenFrames, BecomeTheValuesTheyMean) {
-    const Built expected = meaning();
-    const auto& properties = expected.message().getProperties();
-    const Elements elements =
-        elementsOf(bytes(), static_cast<std::size_t>(expected.message().getHeaderSize()));
-    ASSERT_EQ(elements.size(), properties.size());
-    for (std::size_t i = 0; i < elements.size(); ++i) {
-        LcmpProperty& property = *properties[i];
-        EXPECT_EQ(property.getOid(), elements[i].oid);
-        EXPECT_EQ(property.getType(), static_cast<int>(elements[i].type));
-        if (dynamic_cast<OldStyleProperty*>(&property) != nullptr)
-            continue;  // has no value of its own to compare with, only bytes
-        EXPECT_TRUE(property.isDefault());
-        if (!elements[i].value.empty()) {
+TEST(GoldenFrames, OfAmisHaveTheirTime) {
+    forEachGoldenFrame([](const Frame& golden) {
+        const Decoded decoded(golden);
+        const auto* ami = dynamic_cast<LCMPAmi*>(decoded.message.get());
+        if (ami == nullptr)
+            return;
+        const Built expected = meaningOf(golden);
+        const auto& expectedAmi = dynamic_cast<LCMPAmi&>(expected.message());
+        EXPECT_EQ(ami->getSeconds(), expectedAmi.getSeconds());
+        EXPECT_EQ(ami->getMicroseconds(), expectedAmi.getMicroseconds());
+    });
+}
+
+// The default of each property is the value that is written down; another value is received before the
+// frame's.
+TEST(GoldenFrames, BecomeTheValuesTheyMean) {
+    forEachGoldenFrame([](const Frame& golden) {
+        const Built expected = meaningOf(golden);
+        const auto& properties = expected.message().getProperties();
+        const Elements elements = Decoded(golden).elements;
+        ASSERT_EQ(elements.size(), properties.size());
+        for (std::size_t i = 0; i < elements.size(); ++i) {
+            LcmpProperty& property = *properties[i];
+            EXPECT_EQ(property.getOid(), elements[i].oid);
+            EXPECT_EQ(property.getType(), static_cast<int>(elements[i].type));
+            if (dynamic_cast<OldStyleProperty*>(&property) != nullptr)
+                continue;  // has no default, only bytes
             deserialize(property, other(elements[i]));
-            EXPECT_FALSE(property.isDefault());
+            EXPECT_EQ(property.isDefault(), elements[i].value.empty());
+            deserialize(property, elements[i]);
+            EXPECT_TRUE(property.isDefault());
         }
-        deserialize(property, elements[i]);
-        EXPECT_TRUE(property.isDefault());
-    }
+    });
 }
 
-TEST_P(GoldenFrames, AreWrittenAgainAsTheyWereRead) {
-    GuardedBytes guarded(bytes());
-    const auto message = decoded(guarded);
-    std::vector<std::unique_ptr<LcmpProperty>> properties;
-    for (const Element& element : elementsOf(bytes(), static_cast<std::size_t>(message->getHeaderSize()))) {
-        properties.push_back(propertyFor(element));
-        deserialize(*properties.back(), element);
-        message->addProperty(properties.back().get());
-    }
-    EXPECT_EQ(hex(frameOf(*message)), hex(bytes()));
+TEST(GoldenFrames, AreWrittenAgainAsTheyWereRead) {
+    forEachGoldenFrame([](const Frame& golden) {
+        const auto received = [](const Element& element) {
+            auto property = propertyFor(element);
+            deserialize(*property, element);
+            return property;
+        };
+        EXPECT_EQ(hex(Decoded(golden).writtenAgain(received)), hex(golden.bytes));
+    });
 }
 
-TEST_P(GoldenFrames, AreWrittenAgainThroughLegacyProperties) {
-    GuardedBytes guarded(bytes());
-    const auto message = decoded(guarded);
-    std::vector<std::unique_ptr<LcmpProperty>> properties;
-    for (const Element& element : elementsOf(bytes(), static_cast<std::size_t>(message->getHeaderSize()))) {
-        properties.push_back(legacyOf(element));
-        message->addProperty(properties.back().get());
-    }
-    EXPECT_EQ(hex(frameOf(*message)), hex(bytes()));
+TEST(GoldenFrames, AreWrittenAgainThroughLegacyProperties) {
+    forEachGoldenFrame([](const Frame& golden) {
+        EXPECT_EQ(hex(Decoded(golden).writtenAgain(legacyOf)), hex(golden.bytes));
+    });
 }
 
-TEST_P(GoldenFrames, HaveElementsThatAreWrittenAgainAsTheyWereRead) {
-    const auto header = static_cast<std::size_t>(messageOfAction(action())->getHeaderSize());
-    for (const Element& element : elementsOf(bytes(), header)) {
-        GuardedBytes received(element.bytes());
-        // The fixed width of a type is written whatever length is declared.
-        GuardedBytes written(std::max(element.bytes().size(), std::size_t{15}));
-        LCMPTlv tlv;
-        EXPECT_EQ(tlv.deserialize(received.data()), received.size());
-        EXPECT_EQ(tlv.serialize(written.data()), received.size());
-        EXPECT_EQ(hex(written.str().substr(0, element.bytes().size())), hex(element.bytes()));
-        std::free(tlv.val);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(All, GoldenFrames, testing::ValuesIn(goldenNames()), testName);
-
-TEST(GoldenFrameFiles, AreThereForEverythingWrittenDown) {
-    for (const auto& meaning : meanings)
-        EXPECT_NO_THROW(frame(meaning.first)) << meaning.first;
+TEST(GoldenFrames, HaveElementsThatAreWrittenAgainAsTheyWereRead) {
+    forEachGoldenFrame([](const Frame& golden) {
+        for (const Element& element : Decoded(golden).elements) {
+            GuardedBytes received(element.bytes());
+            // The fixed width of a type is written whatever length is declared.
+            GuardedBytes written(std::max(element.bytes().size(), std::size_t{15}));
+            LCMPTlv tlv;
+            EXPECT_EQ(tlv.deserialize(received.data()), received.size());
+            EXPECT_EQ(tlv.serialize(written.data()), received.size());
+            EXPECT_EQ(hex(written.str().substr(0, element.bytes().size())), hex(element.bytes()));
+            std::free(tlv.val);
+        }
+    });
 }

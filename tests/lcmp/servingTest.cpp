@@ -774,29 +774,3 @@ TEST(ServingLog, NamesTheObjectThatCouldNotUseAValue) {
     EXPECT_LOGS("ERROR", "control: Property bpClkRef updated call failed", [&] { write(false); });
     EXPECT_LOGS("DEBUG2", "control: Property bpClkRef updated", [&] { write(true); });
 }
-
-// A property's text is dear: it is not composed for a line that nobody writes.
-TEST(ServingLog, ComposesNoTextForLinesThatAreNotWritten) {
-    class CountingProperty : public TypeProperty<unsigned char> {
-    public:
-        using TypeProperty::TypeProperty;
-        std::string str() const override {
-            ++composed;
-            return TypeProperty::str();
-        }
-        mutable int composed = 0;
-    };
-    Card card;
-    auto* counting = new CountingProperty(9, "counting", IFC_CARD_VAR_WRITABLE, static_cast<unsigned char>(0),
-                                          new RangeCheckValue<unsigned char>(0, 9));
-    card.control.addProp(counting, 0);
-    {
-        CapturedLog log(levelDebug1);
-        card.write({{0x11800009, UINT8, "05"}});
-        EXPECT_EQ(card.answer(), done());
-        EXPECT_EQ(counting->composed, 0);
-    }
-    CapturedLog log(levelDebug2);
-    card.write({{0x11800009, UINT8, "05"}});
-    EXPECT_GT(counting->composed, 0);
-}

@@ -7,12 +7,14 @@
 #define LCMP_PREEMPTS __attribute__((visibility("default")))
 
 // The C library's own, under the names it keeps for those who replace the public ones.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 void* __libc_malloc(std::size_t size) noexcept;
 void* __libc_calloc(std::size_t count, std::size_t size) noexcept;
 void* __libc_realloc(void* pointer, std::size_t size) noexcept;
 void __libc_free(void* pointer) noexcept;
 }
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace {
 
@@ -63,6 +65,7 @@ int freeCount() { return window.frees; }
 const void* lastFreed() { return window.lastFreed; }
 std::size_t lastMallocSize() { return window.lastSize; }
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): theirs are reserved names.
 extern "C" LCMP_PREEMPTS void* malloc(std::size_t size) noexcept {
     return refused(size) ? nullptr : __libc_malloc(size);
 }
@@ -82,6 +85,7 @@ extern "C" LCMP_PREEMPTS void free(void* pointer) noexcept {
     }
     __libc_free(pointer);
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 // new and delete pass by the functions above. The array and nothrow forms of the C++ library end here too.
 LCMP_PREEMPTS void* operator new(std::size_t size) { return newBytes(size); }

@@ -249,6 +249,19 @@ TEST(CardVerb, ReportsToEveryReceiver) {
     EXPECT_EQ(hex(other.receive()), hex(event));
 }
 
+TEST(CardVerb, GoesOnWhenAReceiverIsGone) {
+    std::string gone;
+    {
+        const Socket closed;
+        gone = closed.address();
+    }
+    const Socket receiver;
+    const Card card({"--period", "10", "--events-to", gone, "--events-to", receiver.address()});
+    for (int i = 0; i < 5; ++i)
+        EXPECT_THAT(receiver.receive(), SizeIs(Gt(amiHeader)));
+    EXPECT_EQ(card.value("control.bpClkRef"), "128");
+}
+
 TEST(CardVerb, TheSeedDecidesHowItLives) {
     const auto firstVoltages = [](const char* seed) {
         const Socket receiver;

@@ -273,7 +273,7 @@ TEST(GetVerb, NobodyListeningIsStatusThree) {
 }
 
 TEST(GetVerb, AsksAgainWithTheSameMessageId) {
-    Get get({"control.bpClkRef"}, {"--retries", "1", "--timeout", "400ms"});
+    Get get({"control.bpClkRef"}, {"--retries", "9", "--timeout", "50ms"});
     const Request first = get.request();
     const Request second = get.request();
     EXPECT_EQ(hex(first.frame), hex(second.frame));
@@ -283,25 +283,28 @@ TEST(GetVerb, AsksAgainWithTheSameMessageId) {
 }
 
 TEST(GetVerb, ATimeOutOnTheCommandLineBeatsTheEnvironment) {
-    const Ended ended = run({"get", "127.0.0.1:9", "control.guid", "--timeout", "20ms", "--retries", "0"},
+    const ScriptedCard silent;
+    const Ended ended = run({"get", silent.target(), "control.guid", "--timeout", "20ms", "--retries", "0"},
                             {"LCMP_TIMEOUT=1h", "LCMP_RETRIES=20"});
     EXPECT_EQ(ended.status, 3);
     EXPECT_THAT(ended.err, HasSubstr("(1 try)"));
 }
 
 TEST(GetVerb, TheEnvironmentBeatsTheDefaults) {
-    const Ended ended = run({"get", "127.0.0.1:9", "control.guid"}, {"LCMP_TIMEOUT=10ms", "LCMP_RETRIES=2"});
+    const ScriptedCard silent;
+    const Ended ended =
+        run({"get", silent.target(), "control.guid"}, {"LCMP_TIMEOUT=10ms", "LCMP_RETRIES=2"});
     EXPECT_EQ(ended.status, 3);
     EXPECT_THAT(ended.err, HasSubstr("(3 tries)"));
 }
 
 TEST(GetVerb, AnAnswerToAnotherMessageIsNone) {
-    Get get({"control.bpClkRef"}, {"--retries", "1", "--timeout", "300ms"});
+    Get get({"control.bpClkRef"}, {"--retries", "2", "--timeout", "200ms"});
     get.request();
     get.send(readResponse(get.id() + 1, 0, 0, {{bpClkRef, UINT8, "80"}}));
     EXPECT_EQ(get.status(), 3);
     EXPECT_EQ(get.out(), "");
-    EXPECT_THAT(get.err(), HasSubstr("did not answer (2 tries); 1 received that did not fit the request"));
+    EXPECT_THAT(get.err(), HasSubstr("did not answer (3 tries); 1 received that did not fit the request"));
 }
 
 TEST(GetVerb, AnAnswerThatComesLateIsNotTakenForTheNext) {
@@ -316,7 +319,7 @@ TEST(GetVerb, AnAnswerThatComesLateIsNotTakenForTheNext) {
 }
 
 TEST(GetVerb, KeepsWhatItHasWhenTheCardFallsSilent) {
-    Get get(manyNames(300), {"--retries", "0", "--timeout", "1s"});
+    Get get(manyNames(300), {"--retries", "3", "--timeout", "100ms"});
     get.answerAll();
     EXPECT_EQ(get.status(), 5);
     EXPECT_EQ(std::count(get.out().begin(), get.out().end(), '\n'), 148);

@@ -1,6 +1,7 @@
 #include "eventLog.h"
 
 #include <ctime>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "lcmpmsg.h"

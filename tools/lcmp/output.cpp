@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <set>
 
 namespace tool {

@@ -142,12 +142,12 @@ std::unique_ptr<LcmpObject> StandardCard::makeObject(const StandardObject& objec
 
 void StandardCard::addVariables(const StandardObject& object, unsigned int row, LcmpObject& target,
                                 const std::set<std::string>& eventable) {
-    const std::string objectName = object.name;
-    const std::string rowText = object.isTable() ? "[" + std::to_string(row) + "]" : "";
+    const std::string column = std::string(object.name) + ".";
+    const std::string cell = object.name + (object.isTable() ? "[" + std::to_string(row) + "]." : ".");
     for (const CardVariableDef& definition : object.group.variables) {
-        const std::string variableName = std::string(".") + object.variableName(definition.id);
-        const std::string name = objectName + rowText + variableName;
-        auto property = makeProperty({definition, name, eventable.count(objectName + variableName) != 0});
+        const std::string variableName = object.variableName(definition.id);
+        const std::string name = cell + variableName;
+        auto property = makeProperty({definition, name, eventable.count(column + variableName) != 0});
         if (!target.addProp(property.get(), row))
             throw std::logic_error("two variables of the standard card are called " + name);
         m_variables[name] = property.release();

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "exitStatus.h"

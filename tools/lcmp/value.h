@@ -1,7 +1,7 @@
 // Values between the text of a person and the elements of the protocol.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
