@@ -64,6 +64,10 @@ class Programs:
         return [tuple(map(float, line.split())) for line in lines]
 
     def ratio(self, a, b, variables, requests="fixed", in_flight=1, pairs=5, seconds=1):
+        """The servers and the client inherit the policy. In turn it is the usual one. With requests waiting it is that of
+        batches, where a datagram that wakes one side does not stop the other in the middle of its turn: otherwise the
+        moments at which the scheduler steps in are measured, and not the work."""
+        os.sched_setscheduler(0, os.SCHED_BATCH if in_flight > 1 else os.SCHED_OTHER, os.sched_param(0))
         with self.serving(a) as address_a, self.serving(b) as address_b:
             rates = self.rates(address_a, address_b, variables, requests, in_flight, pairs, seconds)
         ratios = [rate_b / rate_a for rate_a, rate_b in rates]

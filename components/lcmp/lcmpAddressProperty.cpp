@@ -37,7 +37,7 @@ MacAddressProperty::MacAddressProperty(unsigned int id, const char* name, IfcCar
         LCMP_ERROR("[%s] Invalid default value (%s). Default set to 0.\n", getName().c_str(), mac.c_str());
         return;
     }
-    for (unsigned int i = 0; i < macSize; ++i)
+    for (std::size_t i = 0; i < macSize; ++i)
         m_octets[i] = m_octets[macSize + i] = static_cast<unsigned char>(field[i]);
 }
 
@@ -50,7 +50,7 @@ bool MacAddressProperty::isDefault() {
 }
 
 int MacAddressProperty::serialize(char* buffer, int size) {
-    char* value = startElement(buffer, size, macSize, getType());
+    char* value = startElement(buffer, size, length(), getType());
     if (value == nullptr)
         return -1;
     std::memcpy(value, m_octets.data(), macSize);
@@ -79,10 +79,10 @@ void MacAddressProperty::set(unsigned char* data, unsigned int length) {
 
 namespace {
 
-std::string octetsAsText(const unsigned char* octets, unsigned int count) {
+std::string octetsAsText(const unsigned char* octets, std::size_t count) {
     TextStream text;
     text << std::hex << std::setfill('0');
-    for (unsigned int i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i)
         text << std::setw(2) << static_cast<unsigned int>(octets[i]) << ' ';
     return text.str();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -43,7 +44,7 @@ public:
     std::string str() const override;
 
 private:
-    static constexpr unsigned int macSize = 6;
+    static constexpr std::size_t macSize = 6;
 
     std::array<unsigned char, 2 * macSize> m_octets{};  // the value, then the default
 };

@@ -58,98 +58,116 @@ bool guidInvalid(boost::any value) {
 
 // ---------------------------------------------------------------- the variables
 
+// One object, so that the groups lie one after another in memory.
+struct Catalogue {
+    CardVariableDef identity[12];
+    CardVariableDef alarms[6];
+    CardVariableDef control[4];
+    CardVariableDef download[11];
+    CardVariableDef temperature[5];
+    CardVariableDef voltage[4];
+    CardVariableDef fileServer[4];
+    CardVariableDef logRetrieval[3];
+    CardVariableDef hardwareError[3];
+    CardVariableDef operationalAlarm[3];
+    CardVariableDef voltageMonitor[4];
+};
+
 // Names are blank-padded to a width of their group, but for a few. They are known by these very texts.
 // clang-format off
-const CardVariableDef identity[] = {
-    {0, "Card Type       ", STRING, readOnly, text("xxx"), cardTypeAbove31, nullptr, false, 0},
-    {1, "Hardware Version", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-    {2, "Loadware        ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-    {3, "Backup loadware ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-    {4, "Ifc Slot        ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-    {5, "Temp Sensors    ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-    {6, "Voltage monitors", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-    {7, "Boot version    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-    {8, "HW errors       ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-    {9, "Oper. alarms    ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-    {10, "SW Interface    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-    {11, "Card Capability ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-};
-
-const CardVariableDef alarms[] = {
-    {0, "Power                     ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-    {1, "HW Error                  ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
-    {2, "Oper. Alarm               ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
-    {3, "DPLL Active CTRL CLK Alarm", BOOLEAN, readOnly, false, notOneBoolean, nullptr, true, 0},
-    {4, "DPLL Recovered CLK Alarm  ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
-    {5, "Port recovering CLK Alarm", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
-};
-
-const CardVariableDef control[] = {
-    {0, "Reboot", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
-    {1, "UtcTime", UINT64, writable, 0ull, notEight, nullptr, false, 0},
-    {2, "BpClkRef", UINT8, writable, byte(128), notOneByte, clockReferenceInvalid, false, 0},
-    {3, "GUID", STRING, writable, text(""), not36, guidInvalid, false, 0},
-};
-
-const CardVariableDef download[] = {
-    {0, "Dld Filename      ", STRING, writable, text("xxx"), above127, nullptr, false, 0},
-    {1, "Dld Start Download", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
-    {2, "Dld Stop Download ", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
-    {3, "Dld commit load   ", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
-    {4, "Dld accept load   ", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
-    {5, "Dld state         ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-    {6, "Dld progress      ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-    {7, "Dld name          ", STRING, readOnly, text("brd"), neverInvalid, nullptr, false, 0},
-    {8, "Dld BSP name      ", STRING, readOnly, text("BSP"), neverInvalid, nullptr, false, 0},
-    {9, "Dld Clear Errors  ", BOOLEAN, writable, text("BSP"), notOneBoolean, nullptr, false, 0},
-    {10, "Dld Set Commit timer  ", INT32, writable, 0, notFour, nullptr, false, 0},
-};
-
-const CardVariableDef temperature[] = {
-    {0, "Temp Name       ", STRING, readOnly, text(""), textAbove31, nullptr, false, 0},
-    {1, "Temp Value      ", INT32, readOnly, 0, notFour, nullptr, false, 0},
-    {2, "Temp Valid      ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
-    {3, "Min Sensor Value", INT32, readOnly, 0, notFour, nullptr, false, 0},
-    {4, "Max Sensor Value", INT32, readOnly, 0, notFour, nullptr, false, 0},
-};
-
-const CardVariableDef voltage[] = {
-    {0, "Voltage Name    ", STRING, readOnly, text(""), textAbove31, nullptr, false, 0},
-    {1, "Voltage Value   ", INT32, readOnly, 0, notFour, nullptr, false, 0},
-    {2, "Voltage Nominal ", INT32, readOnly, 0, notFour, nullptr, false, 0},
-    {3, "Voltage Valid   ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
-};
-
-const CardVariableDef fileServer[] = {
-    {0, "FTP Server   ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
-    {1, "FTP Port     ", UINT32, writable, 21u, notFour, nullptr, false, 0},
-    {2, "FTP User     ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
-    {3, "FTP Password ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
-};
-
-const CardVariableDef logRetrieval[] = {
-    {0, "GETLOG directory ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
-    {1, "GETLOG result    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-    {2, "GETLOG state     ", UINT32, writable, 0u, notFour, nullptr, false, 0},
-};
-
-const CardVariableDef hardwareError[] = {
-    {0, "HW error ID      ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-    {1, "HW error name    ", STRING, readOnly, text(""), textAbove31, nullptr, false, 0},
-    {2, "HW error active  ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
-};
-
-const CardVariableDef operationalAlarm[] = {
-    {0, "Oper. alarm ID    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-    {1, "Oper. alarm name  ", STRING, readOnly, text(""), textAbove31, nullptr, false, 0},
-    {2, "Oper. alarm active", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
-};
-
-const CardVariableDef voltageMonitor[] = {
-    {0, "VoltageMonitorPresent", BOOLEAN, readOnly, false, nullptr, nullptr, false, 0},
-    {1, "VoltageMonitorHwError", BOOLEAN, readOnly, false, nullptr, nullptr, false, 0},
-    {2, "VoltageMonitorVersion", STRING, readOnly, text(""), nullptr, nullptr, false, 0},
-    {3, "VoltageMonitorUpdateFailed", BOOLEAN, readOnly, false, nullptr, nullptr, false, 0},
+const Catalogue catalogue = {
+    // identity
+    {
+        {0, "Card Type       ", STRING, readOnly, text("xxx"), cardTypeAbove31, nullptr, false, 0},
+        {1, "Hardware Version", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
+        {2, "Loadware        ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {3, "Backup loadware ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {4, "Ifc Slot        ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
+        {5, "Temp Sensors    ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
+        {6, "Voltage monitors", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
+        {7, "Boot version    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {8, "HW errors       ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
+        {9, "Oper. alarms    ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
+        {10, "SW Interface    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {11, "Card Capability ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+    },
+    // alarms
+    {
+        {0, "Power                     ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {1, "HW Error                  ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
+        {2, "Oper. Alarm               ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
+        {3, "DPLL Active CTRL CLK Alarm", BOOLEAN, readOnly, false, notOneBoolean, nullptr, true, 0},
+        {4, "DPLL Recovered CLK Alarm  ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
+        {5, "Port recovering CLK Alarm", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
+    },
+    // control
+    {
+        {0, "Reboot", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
+        {1, "UtcTime", UINT64, writable, 0ull, notEight, nullptr, false, 0},
+        {2, "BpClkRef", UINT8, writable, byte(128), notOneByte, clockReferenceInvalid, false, 0},
+        {3, "GUID", STRING, writable, text(""), not36, guidInvalid, false, 0},
+    },
+    // download
+    {
+        {0, "Dld Filename      ", STRING, writable, text("xxx"), above127, nullptr, false, 0},
+        {1, "Dld Start Download", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
+        {2, "Dld Stop Download ", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
+        {3, "Dld commit load   ", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
+        {4, "Dld accept load   ", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
+        {5, "Dld state         ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
+        {6, "Dld progress      ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
+        {7, "Dld name          ", STRING, readOnly, text("brd"), neverInvalid, nullptr, false, 0},
+        {8, "Dld BSP name      ", STRING, readOnly, text("BSP"), neverInvalid, nullptr, false, 0},
+        {9, "Dld Clear Errors  ", BOOLEAN, writable, text("BSP"), notOneBoolean, nullptr, false, 0},
+        {10, "Dld Set Commit timer  ", INT32, writable, 0, notFour, nullptr, false, 0},
+    },
+    // temperature
+    {
+        {0, "Temp Name       ", STRING, readOnly, text(""), textAbove31, nullptr, false, 0},
+        {1, "Temp Value      ", INT32, readOnly, 0, notFour, nullptr, false, 0},
+        {2, "Temp Valid      ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
+        {3, "Min Sensor Value", INT32, readOnly, 0, notFour, nullptr, false, 0},
+        {4, "Max Sensor Value", INT32, readOnly, 0, notFour, nullptr, false, 0},
+    },
+    // voltage
+    {
+        {0, "Voltage Name    ", STRING, readOnly, text(""), textAbove31, nullptr, false, 0},
+        {1, "Voltage Value   ", INT32, readOnly, 0, notFour, nullptr, false, 0},
+        {2, "Voltage Nominal ", INT32, readOnly, 0, notFour, nullptr, false, 0},
+        {3, "Voltage Valid   ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
+    },
+    // fileServer
+    {
+        {0, "FTP Server   ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
+        {1, "FTP Port     ", UINT32, writable, 21u, notFour, nullptr, false, 0},
+        {2, "FTP User     ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
+        {3, "FTP Password ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
+    },
+    // logRetrieval
+    {
+        {0, "GETLOG directory ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
+        {1, "GETLOG result    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {2, "GETLOG state     ", UINT32, writable, 0u, notFour, nullptr, false, 0},
+    },
+    // hardwareError
+    {
+        {0, "HW error ID      ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {1, "HW error name    ", STRING, readOnly, text(""), textAbove31, nullptr, false, 0},
+        {2, "HW error active  ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
+    },
+    // operationalAlarm
+    {
+        {0, "Oper. alarm ID    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {1, "Oper. alarm name  ", STRING, readOnly, text(""), textAbove31, nullptr, false, 0},
+        {2, "Oper. alarm active", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
+    },
+    // voltageMonitor
+    {
+        {0, "VoltageMonitorPresent", BOOLEAN, readOnly, false, nullptr, nullptr, false, 0},
+        {1, "VoltageMonitorHwError", BOOLEAN, readOnly, false, nullptr, nullptr, false, 0},
+        {2, "VoltageMonitorVersion", STRING, readOnly, text(""), nullptr, nullptr, false, 0},
+        {3, "VoltageMonitorUpdateFailed", BOOLEAN, readOnly, false, nullptr, nullptr, false, 0},
+    },
 };
 // clang-format on
 
@@ -162,27 +180,27 @@ constexpr auto scalar = ifcCard::IFC_CARD_OBJECT_SCALAR;
 constexpr auto table = ifcCard::IFC_CARD_OBJECT_TABLE;
 
 const CardVariableGroup groups[] = {
-    {1, scalar, true, view(identity)},         {2, scalar, true, view(alarms)},
-    {3, scalar, true, view(control)},          {4, scalar, false, view(download)},
-    {5, table, true, view(temperature)},       {6, table, true, view(voltage)},
-    {7, scalar, false, view(fileServer)},      {8, scalar, false, view(logRetrieval)},
-    {9, table, true, view(hardwareError)},     {10, table, true, view(operationalAlarm)},
-    {11, scalar, false, view(voltageMonitor)},
+    {1, scalar, true, view(catalogue.identity)},         {2, scalar, true, view(catalogue.alarms)},
+    {3, scalar, true, view(catalogue.control)},          {4, scalar, false, view(catalogue.download)},
+    {5, table, true, view(catalogue.temperature)},       {6, table, true, view(catalogue.voltage)},
+    {7, scalar, false, view(catalogue.fileServer)},      {8, scalar, false, view(catalogue.logRetrieval)},
+    {9, table, true, view(catalogue.hardwareError)},     {10, table, true, view(catalogue.operationalAlarm)},
+    {11, scalar, false, view(catalogue.voltageMonitor)},
 };
 
 }  // namespace
 
-CardVariableView lcmpIdentityVariables() { return view(identity); }
-CardVariableView lcmpAlarmVariables() { return view(alarms); }
-CardVariableView lcmpControlVariables() { return view(control); }
-CardVariableView lcmpDownloadVariables() { return view(download); }
-CardVariableView lcmpTemperatureVariables() { return view(temperature); }
-CardVariableView lcmpVoltageVariables() { return view(voltage); }
-CardVariableView lcmpFileServerVariables() { return view(fileServer); }
-CardVariableView lcmpLogRetrievalVariables() { return view(logRetrieval); }
-CardVariableView lcmpHardwareErrorVariables() { return view(hardwareError); }
-CardVariableView lcmpOperationalAlarmVariables() { return view(operationalAlarm); }
-CardVariableView lcmpVoltageMonitorVariables() { return view(voltageMonitor); }
+CardVariableView lcmpIdentityVariables() { return view(catalogue.identity); }
+CardVariableView lcmpAlarmVariables() { return view(catalogue.alarms); }
+CardVariableView lcmpControlVariables() { return view(catalogue.control); }
+CardVariableView lcmpDownloadVariables() { return view(catalogue.download); }
+CardVariableView lcmpTemperatureVariables() { return view(catalogue.temperature); }
+CardVariableView lcmpVoltageVariables() { return view(catalogue.voltage); }
+CardVariableView lcmpFileServerVariables() { return view(catalogue.fileServer); }
+CardVariableView lcmpLogRetrievalVariables() { return view(catalogue.logRetrieval); }
+CardVariableView lcmpHardwareErrorVariables() { return view(catalogue.hardwareError); }
+CardVariableView lcmpOperationalAlarmVariables() { return view(catalogue.operationalAlarm); }
+CardVariableView lcmpVoltageMonitorVariables() { return view(catalogue.voltageMonitor); }
 
 CardVariableGroupView lcmpCardVariableGroups() { return {groups, sizeof groups / sizeof groups[0]}; }
 

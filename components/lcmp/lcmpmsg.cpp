@@ -185,7 +185,8 @@ bool LCMPMessage::storeTlvs(LcmpProtocolBase* endpoint) {
     ByteView rest = receivedElements();
     for (LcmpProperty* property : m_properties) {
         ElementView element;
-        takeElement(rest, element);
+        if (!takeElement(rest, element))
+            return false;
         if (property->getOwner() != nullptr) {
             property->deserialize(element.begin);
         } else if (OldStyleProperty* legacy = property->asOldStyle();
