@@ -5,7 +5,6 @@
 // Serves the variables as one scalar or as one table, registered behind so many others that there are
 // OBJECTS.
 #include <csignal>
-#include <cstring>
 
 #include "fillerObjects.h"
 #include "lcmpUdpEndpoint.h"
@@ -21,7 +20,7 @@ volatile std::sig_atomic_t stopped = 0;
 
 int main(int argc, char** argv) {
     const std::uint16_t port = bench::portIn(argc, argv);
-    const bool isTable = argc > 2 && std::strcmp(argv[2], "table") == 0;
+    const bool isTable = bench::isFirstWord(argc, argv, 2, "table", "scalar");
     const unsigned int objects = argc > 3 ? bench::numberIn(argc, argv, 3, 1, 192) : 1;
 
     TraceObject trace;  // writes errors, of which there are none

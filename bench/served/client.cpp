@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <memory>
 
 #include "requests.h"
@@ -140,7 +139,7 @@ unsigned int requestsFor(double seconds, Contender& a, Contender& b, unsigned in
 
 int main(int argc, char** argv) {
     const unsigned int variables = bench::numberIn(argc, argv, 3, 1, 100);
-    const bool varied = std::strcmp(argv[4] != nullptr ? argv[4] : "", "varied") == 0;
+    const bool varied = bench::isFirstWord(argc, argv, 4, "varied", "fixed");
     const unsigned int inFlight = bench::numberIn(argc, argv, 5, 1, 64);
     const unsigned int pairs = bench::numberIn(argc, argv, 6, 1, 1000);
     const unsigned int seconds = bench::numberIn(argc, argv, 7, 1, 1000);
