@@ -14,9 +14,10 @@ constexpr unsigned int lastScalarGroup = 0x1F;
 }  // namespace
 
 void ObjectIndex::follow(const std::vector<LcmpObject*>& objects) {
-    if (objects == m_objects && !objects.empty())
+    if (objects == m_objects && m_destroyedBefore == objectsDestroyed && !objects.empty())
         return;
     m_objects = objects;
+    m_destroyedBefore = objectsDestroyed;
     m_firstOfKey.fill(none);
     m_known.assign(objects.size(), Known{});
     m_others.clear();

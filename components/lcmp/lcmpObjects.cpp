@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "detail/log.h"
+#include "detail/objectIndex.h"
 #include "detail/oidLayout.h"
 #include "detail/propertyIndex.h"
 #include "detail/text.h"
@@ -24,7 +25,10 @@ LcmpObject::LcmpObject(std::string name, ifcCard::IfcCardObjectType type, unsign
         m_rows.push_back(std::make_unique<Row>());
 }
 
+unsigned int lcmpdetail::objectsDestroyed = 0;
+
 LcmpObject::~LcmpObject() {
+    ++objectsDestroyed;
     for (LcmpProperty* property : getProperties())
         delete property;
 }

@@ -134,10 +134,10 @@ TEST(Report, HasTheTimeOfTheClockInWholeMicroseconds) {
 
 TEST(Report, HasTheLow32BitsOfTheSeconds) {
     Reporter card;
-    realTime = {static_cast<time_t>(0x123456789), 0};
+    realTime = {static_cast<time_t>(0x1F3456789), 0};
     card.add(1);
     card.flush();
-    EXPECT_EQ(card.lastSent(), hex(amiFrame(1, 0x23456789, 0, elementsOf(1, 1))));
+    EXPECT_EQ(card.lastSent(), hex(amiFrame(1, 0xF3456789, 0, elementsOf(1, 1))));
 }
 
 TEST(Report, TakesTheNextMessageIdLikeARequest) {
@@ -265,11 +265,14 @@ TEST(Flush, DoesNotAddThePropertyThatComesWithIt) {
 TEST(Collecting, AddsNothingForNull) {
     Reporter card;
     card.addToAmi(nullptr, false);
-    card.flush();
-    EXPECT_THAT(card.sent, IsEmpty());
     card.add(1, 50);
     card.addToAmi(nullptr, false);
     EXPECT_THAT(card.sent, IsEmpty());
+    card.flush();
+    EXPECT_EQ(card.reported(), hexOf(elementsOf(1, 50)));
+    card.addToAmi(nullptr, false);
+    card.flush();
+    EXPECT_EQ(card.sent.size(), 1U);
 }
 
 TEST(FirstFlushOfAProcess, SendsNothing) {

@@ -226,7 +226,7 @@ TEST(Serialising, RefusesSizesThatNoFrameCanHave) {
 }
 
 TEST(Serialising, FailsWhenAPropertyDoes) {
-    for (const int written : {-1, 0, 8, 10, 7 + 65536}) {
+    for (const int written : {-1, -2, 0, 8, 10, 7 + 65536}) {
         OddProperty odd(2, written);
         LCMPRequest request;
         request.addProperty(&odd);
@@ -253,7 +253,7 @@ TEST(SerialisingLog, TellsThatAPropertyGotNoRoom) {
 }
 
 TEST(SerialisingLog, TellsThatAPropertyWroteAnotherLength) {
-    for (const int written : {0, 8, 10}) {
+    for (const int written : {-2, 0, 8, 10}) {
         EXPECT_LOGS_FROM(messageFile, "serialize", "ERROR", "serialize return wrong length!", [written] {
             OddProperty odd(2, written);
             LCMPRequest request;

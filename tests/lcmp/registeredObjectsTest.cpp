@@ -341,7 +341,7 @@ protected:
     /// Both make the same of a frame, at a level where every object is asked and at one where nothing is
     /// logged.
     void expectAlike(const std::string& frameBytes) {
-        for (const int level : {0, 9}) {
+        for (const int level : {0, 3, 9}) {
             std::vector<std::string> outcomes;
             for (PlainCard* card : {&m_hooked, &m_plain}) {
                 CapturedLog log(level);

@@ -18,6 +18,9 @@ struct Found {
     LcmpObject* object = nullptr;
 };
 
+/// How many objects of this process have been destroyed. Another may lie at the address of one of them.
+extern unsigned int objectsDestroyed;
+
 /// Knows which of the registered objects can have an OID. Only an object whose lookup is the library's own is
 /// known by its kind, common flag and id; one of a derived class may answer to any OID and is asked in its
 /// turn. So the answer is always that of asking every object in the order of registration.
@@ -67,6 +70,7 @@ private:
 
     void enter(std::uint32_t smallestOid, Position position);
     std::vector<LcmpObject*> m_objects;
+    unsigned int m_destroyedBefore = 0;
     std::array<Position, 512> m_firstOfKey{};
     std::vector<Known> m_known;      // by position
     std::vector<Position> m_others;  // objects of derived classes
