@@ -144,6 +144,12 @@ private:
         std::string bytes;
     };
 
+    // A message as it is sent.
+    struct Frame {
+        Buffer bytes;
+        std::size_t size;
+    };
+
     struct Served;      // whose frame is being handled
     struct ReplyMatch;  // which reply is awaited
 
@@ -165,18 +171,18 @@ private:
     Clock::time_point nextEvent() const;
     Slept waitUntil(Clock::time_point time);
 
-    bool sendAny(LCMPMessage* msg, std::vector<char>& frame);
-    bool encode(const LCMPMessage& msg, std::vector<char>& frame);
-    bool sendRequestFrame(const LCMPMessage& msg, std::vector<char>& frame);
-    bool exchange(const ReplyMatch& match, const std::vector<char>& frame);
+    bool sendAny(LCMPMessage* msg, Frame& frame);
+    bool encode(const LCMPMessage& msg, Frame& frame);
+    bool sendRequestFrame(const LCMPMessage& msg, Frame& frame);
+    bool exchange(const ReplyMatch& match, const Frame& frame);
     Waited awaitReply(const ReplyMatch& match, Clock::time_point deadline);
     bool isReply(const ReplyMatch& match, const Datagram& datagram) const;
     void sortAside(const Datagram& datagram);
     bool takeReply();
     Clock::duration withJitter(Milliseconds wait);
-    bool sendResponseFrame(const LCMPMessage& msg, std::vector<char>& frame);
-    bool sendEventFrame(const LCMPMessage& msg, std::vector<char>& frame);
-    int transmit(const std::vector<char>& frame, const LcmpUdpAddress& to, std::uint32_t from);
+    bool sendResponseFrame(const LCMPMessage& msg, Frame& frame);
+    bool sendEventFrame(const LCMPMessage& msg, Frame& frame);
+    int transmit(const Frame& frame, const LcmpUdpAddress& to, std::uint32_t from);
 
     bool parsePeer(const char* what, const std::string& address, std::uint16_t port, LcmpUdpAddress& peer);
     bool fail(const std::string& attempt, const char* reason);
@@ -195,8 +201,8 @@ private:
     Clock::time_point m_nextEvent;
     std::deque<Kept> m_kept;
     const Served* m_served = nullptr;
-    unsigned int m_closings = 0;     // tells a response to a frame of an earlier opening
-    Buffer m_receiveBuffer;          // lent to the frame that is being handled
-    std::vector<char> m_sendBuffer;  // lent to the message that is being sent
+    unsigned int m_closings = 0;  // tells a response to a frame of an earlier opening
+    Buffer m_receiveBuffer;       // lent to the frame that is being handled
+    Buffer m_sendBuffer;          // lent to the message that is being sent
     std::minstd_rand m_random;
 };

@@ -19,13 +19,13 @@ std::uint8_t replyActionOf(std::uint8_t action) {
 
 bool LcmpUdpEndpoint::sendMessage(LCMPMessage* msg) {
     // Out of the endpoint while it is filled and sent: a property asked for its value may send, too.
-    std::vector<char> frame = std::move(m_sendBuffer);
+    Frame frame{std::move(m_sendBuffer), 0};
     const bool sent = sendAny(msg, frame);
-    m_sendBuffer = std::move(frame);
+    m_sendBuffer = std::move(frame.bytes);
     return sent;
 }
 
-bool LcmpUdpEndpoint::sendAny(LCMPMessage* msg, std::vector<char>& frame) {
+bool LcmpUdpEndpoint::sendAny(LCMPMessage* msg, Frame& frame) {
     if (dynamic_cast<LCMPResponse*>(msg) != nullptr)
         return sendResponseFrame(*msg, frame);
     if (dynamic_cast<LCMPRequest*>(msg) != nullptr)
@@ -35,19 +35,20 @@ bool LcmpUdpEndpoint::sendAny(LCMPMessage* msg, std::vector<char>& frame) {
     return fail("send", "neither a request nor a response nor an event");
 }
 
-bool LcmpUdpEndpoint::encode(const LCMPMessage& msg, std::vector<char>& frame) {
-    const int header = msg.getHeaderSize();
-    const int elements = msg.sizeOfTlvs();
-    if (elements > maxFrame - header)
-        return fail("send", "the message is too long for a datagram");
-    const int size = header + elements;
-    frame.resize(static_cast<std::size_t>(size));
-    const int written = msg.serializeFrame(frame.data(), size);
-    frame.resize(static_cast<std::size_t>(written));
-    return written != 0 || fail("send", "the message cannot be serialised");
+// Into all the room there is: what a frame will need is not asked of its properties first.
+bool LcmpUdpEndpoint::encode(const LCMPMessage& msg, Frame& frame) {
+    if (frame.bytes == nullptr)
+        frame.bytes.reset(new char[maxFrame]);
+    const int size = msg.serializeFrame(frame.bytes.get(), maxFrame);
+    frame.size = static_cast<std::size_t>(size);
+    if (size != 0)
+        return true;
+    return msg.sizeOfTlvs() > maxFrame - msg.getHeaderSize()
+               ? fail("send", "the message is too long for a datagram")
+               : fail("send", "the message cannot be serialised");
 }
 
-bool LcmpUdpEndpoint::sendResponseFrame(const LCMPMessage& msg, std::vector<char>& frame) {
+bool LcmpUdpEndpoint::sendResponseFrame(const LCMPMessage& msg, Frame& frame) {
     if (m_served != nullptr && m_served->answerless) {
         ++m_counters.notAnswered;
         return fail("response to " + lcmpUdpToText(m_served->peer), "responses and events are not answered");
@@ -60,7 +61,7 @@ bool LcmpUdpEndpoint::sendResponseFrame(const LCMPMessage& msg, std::vector<char
     return transmit(frame, m_served->peer, m_served->asked) == 0;
 }
 
-bool LcmpUdpEndpoint::sendEventFrame(const LCMPMessage& msg, std::vector<char>& frame) {
+bool LcmpUdpEndpoint::sendEventFrame(const LCMPMessage& msg, Frame& frame) {
     if (m_socket < 0)
         return fail("event", "the endpoint is closed");
     if (m_receivers.empty())
@@ -73,7 +74,7 @@ bool LcmpUdpEndpoint::sendEventFrame(const LCMPMessage& msg, std::vector<char>& 
     return sentToAll;
 }
 
-bool LcmpUdpEndpoint::sendRequestFrame(const LCMPMessage& msg, std::vector<char>& frame) {
+bool LcmpUdpEndpoint::sendRequestFrame(const LCMPMessage& msg, Frame& frame) {
     replyBuffer.clear();
     if (m_socket < 0)
         return fail("request", "the endpoint is closed");
@@ -85,7 +86,7 @@ bool LcmpUdpEndpoint::sendRequestFrame(const LCMPMessage& msg, std::vector<char>
     return exchange({replyActionOf(msg.getAction()), msg.getMessageId()}, frame);
 }
 
-bool LcmpUdpEndpoint::exchange(const ReplyMatch& match, const std::vector<char>& frame) {
+bool LcmpUdpEndpoint::exchange(const ReplyMatch& match, const Frame& frame) {
     Milliseconds wait = m_firstTry;
     for (int left = m_tries; left > 0; --left) {
         m_counters.retries += left == m_tries ? 0 : 1;
@@ -153,8 +154,8 @@ LcmpUdpEndpoint::Clock::duration LcmpUdpEndpoint::withJitter(Milliseconds wait) 
     return Clock::duration(wait) / 1000 * permille(m_random);
 }
 
-int LcmpUdpEndpoint::transmit(const std::vector<char>& frame, const LcmpUdpAddress& to, std::uint32_t from) {
-    const int error = lcmpudpdetail::sendDatagram(m_socket, frame.data(), frame.size(), to, from);
+int LcmpUdpEndpoint::transmit(const Frame& frame, const LcmpUdpAddress& to, std::uint32_t from) {
+    const int error = lcmpudpdetail::sendDatagram(m_socket, frame.bytes.get(), frame.size, to, from);
     if (error == 0) {
         ++m_counters.sent;
     } else {

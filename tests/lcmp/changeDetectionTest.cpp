@@ -80,7 +80,7 @@ TEST(FirstEventPassLog, TellsThatItIsTheFirst) {
     });
 }
 
-TEST(FirstEventPass51, SendsTheFullMessageAllTheSame) {
+TEST(FirstEventPassOfMany, SendsTheFullMessageAllTheSame) {
     Card card;
     LcmpTable big("big", 1, false, 51);
     for (unsigned int row = 0; row < 51; ++row)

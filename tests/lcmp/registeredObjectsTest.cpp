@@ -89,6 +89,30 @@ TEST(RegisteredObjects, AreToldApartByKindCommonFlagAndId) {
     EXPECT_EQ(card.valueOf(0x50C04000), "refused");
 }
 
+// A table's id lies where a scalar's group ends: the same bits mean group 2 and table 4.
+TEST(RegisteredObjects, ServeNoOidOfTheOtherKind) {
+    const auto group2 = scalarWith(2, false, 1, 2);
+    give(*group2, 0x4000, 3);
+    LcmpTable table4("table", 4, false, 2);
+    give(table4, 0, 4, 1);
+    give(table4, 1, 5, 0);
+    for (const bool tableFirst : {true, false}) {
+        PlainCard card;
+        if (tableFirst)
+            card.has(table4);
+        card.has(*group2);
+        EXPECT_EQ(card.valueOf(0x41000001), tableFirst ? "4" : "refused");
+        if (!tableFirst)
+            card.has(table4);
+        EXPECT_EQ(card.valueOf(0x01000001), "2");
+        EXPECT_EQ(card.valueOf(0x01004000), "3");
+        EXPECT_EQ(card.valueOf(0x41000001), "4");
+        EXPECT_EQ(card.valueOf(0x41004000), "5");
+        EXPECT_EQ(card.valueOf(0x81000001), "refused");
+        EXPECT_EQ(card.valueOf(0xC1000001), "refused");
+    }
+}
+
 TEST(RegisteredObjects, ReachTheEndsOfTheirFields) {
     LcmpScalar last("scalar", 31, false);
     give(last, 0, 1);
@@ -348,8 +372,8 @@ protected:
                 card->sent.clear();
                 setLastId(*card, frameBytes);
                 const bool handled = card->receive(frameBytes, Card::controller);
-                outcomes.push_back((handled ? "true " : "false ") + card->lastSent() + " / " +
-                                   valuesOf(*card));
+                outcomes.push_back((handled ? "true " : "false ") + card->lastSent() + "\n" + log.all());
+                outcomes.back() += valuesOf(*card);
             }
             EXPECT_EQ(outcomes[0], outcomes[1]) << hex(frameBytes) << " at level " << level;
         }

@@ -58,8 +58,10 @@ void setSource(msghdr& message, Control& control, std::uint32_t host) {
 
 // The step that fails, or null with `bound` filled.
 const char* prepare(int fileDescriptor, const LcmpUdpAddress& address, LcmpUdpAddress& bound) {
+    // Bound to one address, answers leave from that; only a socket on all of them must be told which was
+    // asked.
     const int on = 1;
-    if (setsockopt(fileDescriptor, IPPROTO_IP, IP_PKTINFO, &on, sizeof on) != 0)
+    if (address.host == 0 && setsockopt(fileDescriptor, IPPROTO_IP, IP_PKTINFO, &on, sizeof on) != 0)
         return "setsockopt";
     sockaddr_in system = toSystem(address);
     socklen_t size = sizeof system;

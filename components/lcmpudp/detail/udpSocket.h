@@ -17,7 +17,7 @@ struct Opening {
     LcmpUdpAddress bound;
 };
 
-/// A non-blocking socket on this address, which hears from each datagram to which address it was sent.
+/// A non-blocking socket on this address. On all addresses it hears from each datagram which was meant.
 Opening openSocket(const LcmpUdpAddress& address);
 
 void closeSocket(int fileDescriptor);
@@ -28,7 +28,7 @@ struct Receipt {
     bool truncated = false;
     std::size_t size = 0;
     LcmpUdpAddress from;
-    std::uint32_t asked = 0;  // the address of this host that the sender meant; 0 if the system did not say
+    std::uint32_t asked = 0;  // the address of this host that the sender meant; 0 where there is one only
 };
 
 Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size);
