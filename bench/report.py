@@ -56,7 +56,7 @@ def table(head, rows):
 class Report:
     def __init__(self, programs, quick):
         self.programs = programs
-        self.effort = {"pairs": 5, "seconds": 2} if quick else {"pairs": 25, "seconds": 8}
+        self.effort = {"pairs": 5, "seconds": 2} if quick else {"pairs": 31, "seconds": 10}
         self.seconds_per_case, self.codec_seconds, self.repetitions = (.15, .02, 5) if quick else (.8, .1, 11)
         self.rates = {}  # (server, mode): [requests per second for each count]
 
@@ -210,7 +210,7 @@ def record(lines):
 
 
 def arguments():
-    parser = argparse.ArgumentParser(prog="scripts/bench", description="Measures everything; about ten minutes.")
+    parser = argparse.ArgumentParser(prog="scripts/bench", description="Measures everything; seven minutes.")
     parser.add_argument("build", type=pathlib.Path, help=argparse.SUPPRESS)
     parser.add_argument("--quick", action="store_true", help="two minutes, noisier")
     parser.add_argument("--only", action="append", choices=PARTS, help="this part only; may be repeated")

@@ -344,9 +344,10 @@ int LCMPTlv::deserialize(const char* buf) {
     const int size = tlvHeaderSize + len;
     if (len == 0)
         return size;
-    makeRoom(oldLength);
-    if (!isPointerValid())
+    if ((val == nullptr || len > oldLength) && !makeRoom(oldLength)) {
+        isPointerValid();  // tells that there is none
         return size;
+    }
     const char* value = buf + tlvHeaderSize;
     const unsigned int width = lcmpTlvFixedWidth(type);
     if (isWord(type)) {
