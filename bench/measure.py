@@ -30,9 +30,15 @@ def free_port():
         return probe.getsockname()[1]
 
 
-def traced_by(tracer):
-    """The process that a tracer has started, which the tracer follows to its end."""
-    return int(pathlib.Path(f"/proc/{tracer}/task/{tracer}/children").read_text(encoding="ascii").split()[0])
+def end(server, traced):
+    """A tracer is not to be ended by a signal: it follows the server that it has started."""
+    children = pathlib.Path(f"/proc/{server.pid}/task/{server.pid}/children")
+    for pid in children.read_text(encoding="ascii").split() if traced and children.exists() else [server.pid]:
+        os.kill(int(pid), signal.SIGTERM)
+    try:
+        server.wait(10)
+    except subprocess.TimeoutExpired:
+        server.kill()
 
 
 class Programs:
@@ -57,7 +63,7 @@ class Programs:
                     raise RuntimeError(f"{name}: the server does not start")
                 yield f"{PROTOCOLS[program]}:{port}"
             finally:
-                os.kill(traced_by(server.pid) if wrapper else server.pid, signal.SIGTERM)
+                end(server, bool(wrapper))
 
     def rates(self, a, b, variables, requests, in_flight, pairs, seconds):
         lines = self.output("bench_client", a, b, variables, requests, in_flight, pairs, seconds).splitlines()

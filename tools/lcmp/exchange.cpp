@@ -30,7 +30,7 @@ unsigned int longestLength(const CardVariableDef& definition) {
 }
 
 unsigned int answerLength(const Variable& variable) {
-    const unsigned int width = variable.type ? widthOfType(*variable.type) : 0;
+    const unsigned int width = variable.type ? lcmpTlvFixedWidth(*variable.type) : 0;
     if (width != 0)
         return width;
     return variable.definition == nullptr ? guessedLength : longestLength(*variable.definition);

@@ -201,30 +201,8 @@ bool takeElements(const char* frame, int size, int offset, std::vector<Element>&
     return true;
 }
 
-unsigned int widthOfType(unsigned int type) {
-    switch (type) {
-        case UINT64:
-        case INT64:
-        case UNIX_TIME:
-            return 8;
-        case UINT32:
-        case INT32:
-        case IPv4ADDRESS:
-            return 4;
-        case UINT16:
-        case INT16:
-            return 2;
-        case UINT8:
-        case INT8:
-        case BOOLEAN:
-            return 1;
-        default:
-            return 0;
-    }
-}
-
 bool hasLengthOfType(const Element& element) {
-    const unsigned int width = widthOfType(element.type());
+    const unsigned int width = lcmpTlvFixedWidth(element.type());
     return width == 0 || width == element.length();
 }
 
@@ -275,7 +253,7 @@ void parseValue(LcmpTlvType type, const std::string& text, Element& element) {
 }
 
 void setPlaceholder(LcmpTlvType type, Element& element) {
-    setBytes(type, std::string(widthOfType(type), '\0'), element);
+    setBytes(type, std::string(lcmpTlvFixedWidth(type), '\0'), element);
 }
 
 std::string displayText(const Element& element) {

@@ -44,9 +44,6 @@ private:
 /// those before it have been appended.
 bool takeElements(const char* frame, int size, int offset, std::vector<Element>& elements);
 
-/// Bytes of a value of this type; 0 where any number will do.
-unsigned int widthOfType(unsigned int type);
-
 /// Whether the value has the length that its type has; values of variable length and of unknown types have
 /// any.
 bool hasLengthOfType(const Element& element);
