@@ -5,6 +5,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <new>
@@ -293,7 +294,9 @@ TEST(FirstPropertyOfAProcess, IsCountedFrom0) {
     });
 }
 
-TEST(FirstPropertyWithoutMemory, IsNotReported) {
+namespace {
+
+void reportWithoutMemory() {
     Card card;
     EXPECT_LOGS_FROM(reportingFile, "addToAmi", "ERROR", "invalid ptr", [&card] {
         memoryIsShort = true;
@@ -302,6 +305,17 @@ TEST(FirstPropertyWithoutMemory, IsNotReported) {
     });
     EXPECT_LOGS("ERROR", "invalid ptr", [&card] { card.addToAmi(nullptr, true); });
     EXPECT_THAT(card.sent, IsEmpty());
+}
+
+}  // namespace
+
+// In a process of its own: from then on it has no message to collect into.
+TEST(FirstPropertyWithoutMemory, IsNotReported) {
+    const auto report = [] {
+        reportWithoutMemory();
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(report(), testing::ExitedWithCode(0), "");
 }
 
 // ---------------------------------------------------------------- temporary properties

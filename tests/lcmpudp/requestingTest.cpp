@@ -237,6 +237,20 @@ TEST(UdpRequesting, WhatDoesNotMatchTheRequestIsNoReply) {
     }
 }
 
+TEST(UdpRequesting, DatagramTooShortForAFrameIsNotReadAsWhatCameBefore) {
+    Station controller;
+    Peer card;
+    controller.asks(card);
+    card.send(readResponse(9, 0, 0, {clockIs(3)}), controller);
+    card.send("OTN1", controller);
+    card.send(readResponse(1, 0, 0, {clockIs(1)}), controller);
+    EXPECT_TRUE(controller.readClock());
+    EXPECT_EQ(controller.getCounters().late, 1U);
+    EXPECT_EQ(controller.getCounters().kept, 1U);
+    EXPECT_EQ(controller.handleWaiting(), 1);
+    EXPECT_EQ(controller.frames.back(), "OTN1");
+}
+
 TEST(UdpRequesting, EmptyAndTruncatedDatagramsDoNotEndTheWait) {
     Station controller;
     Peer card;
@@ -494,12 +508,14 @@ TEST(UdpRequesting, FloodDoesNotHoldARequestBeyondItsTime) {
     controller.setTimeout(Milliseconds(100));
     System system(controller);
     system.freezeTime();
-    system.onWait = [&] {
+    system.onReceive = [&] {
         system.advance(Milliseconds(10));
-        other.send(readResponse(1, 0, 0, {clockIs(3)}), controller);
+        if (system.receives < 1000)
+            other.send(readResponse(1, 0, 0, {clockIs(3)}), controller);
     };
     EXPECT_FALSE(controller.readClock());
-    EXPECT_EQ(system.waits, 10);
+    EXPECT_EQ(system.receives, 10);
+    EXPECT_EQ(system.waits, 0);
     EXPECT_EQ(controller.getCounters().foreign, 10U);
 }
 

@@ -65,10 +65,13 @@ TEST(UdpSocketErrors, ErrorThatNeverPassesDoesNotHoldARequestBeyondItsTime) {
     Station controller;
     Peer card;
     controller.asks(card);
-    controller.setTimeout(Milliseconds(20));
+    controller.setTimeout(Milliseconds(100));
     System system(controller);
-    system.receiveErrors = std::deque<int>(10000000, ENOBUFS);
+    system.freezeTime();
+    system.onReceive = [&] { system.advance(Milliseconds(10)); };
+    system.receiveErrors = std::deque<int>(1000, ENOBUFS);
     EXPECT_FALSE(controller.writeClock(2));
+    EXPECT_EQ(system.receives, 10);
     EXPECT_EQ(controller.getCounters().timeouts, 1U);
 }
 

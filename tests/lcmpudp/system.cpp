@@ -58,6 +58,7 @@ INTERPOSED ssize_t recvmsg(int fileDescriptor, msghdr* message, int flags) {
     if (system == nullptr)
         return real(fileDescriptor, message, flags);
     ++system->receives;
+    system->onReceive();
     const int error = takeError(system->receiveErrors);
     if (error != 0) {
         errno = error;

@@ -32,8 +32,9 @@ public:
     bool cutsNextDatagram = false;
     bool hidesAskedAddress = false;
 
-    // What happens on the other side: before a wait begins, and after something was sent.
+    // What happens on the other side: before a wait or a receive begins, and after something was sent.
     std::function<void()> onWait = [] {};
+    std::function<void()> onReceive = [] {};
     std::function<void()> onSent = [] {};
 
     /// From now on the clock stands, and a wait in which nothing comes moves it by its time-out.
