@@ -172,7 +172,7 @@ LcmpUdpEndpoint::Taken LcmpUdpEndpoint::receive(Datagram& datagram) {
     if (m_receiveBuffer == nullptr)
         m_receiveBuffer.reset(new char[receiveBufferSize]);
     const lcmpudpdetail::Receipt receipt =
-        lcmpudpdetail::receiveDatagram(m_socket, m_receiveBuffer.get(), receiveBufferSize);
+        lcmpudpdetail::receiveDatagram(m_socket, m_receiveBuffer.get(), receiveBufferSize, m_local.host == 0);
     if (receipt.error != 0)
         return receiveFailed(receipt.error);
     ++m_counters.received;

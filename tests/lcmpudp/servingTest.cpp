@@ -261,16 +261,18 @@ TEST(UdpServing, EmptyDatagramIsDroppedAndCounted) {
 
 // No datagram of IPv4 is longer than the buffer, so the system is made to say that this one was.
 TEST(UdpServing, TruncatedDatagramIsDroppedAndCounted) {
-    Station card;
-    Peer controller;
-    System system(card);
-    system.cutsNextDatagram = true;
-    controller.send(writeRequest(1, {clockIs(2)}), card);
-    EXPECT_EQ(card.handleWaiting(), 0);
-    EXPECT_EQ(card.getCounters().truncated, 1U);
-    EXPECT_EQ(card.getCounters().handled, 0U);
-    EXPECT_EQ(card.clockValue(), 128U);
-    EXPECT_TRUE(controller.hasNothing());
+    for (const char* bound : {"127.0.0.1", "0.0.0.0"}) {
+        Station card(bound);
+        Peer controller;
+        System system(card);
+        system.cutsNextDatagram = true;
+        controller.send(writeRequest(1, {clockIs(2)}), {0x7F000001, card.getLocalAddress().port});
+        EXPECT_EQ(card.handleWaiting(), 0);
+        EXPECT_EQ(card.getCounters().truncated, 1U);
+        EXPECT_EQ(card.getCounters().handled, 0U);
+        EXPECT_EQ(card.clockValue(), 128U);
+        EXPECT_TRUE(controller.hasNothing());
+    }
 }
 
 TEST(UdpServing, ResponsesThatNobodyWaitsForDoNotReachTheObjects) {

@@ -32,13 +32,15 @@ TEST(UdpSocketErrors, PassingOneOnReceivingHidesNothing) {
 }
 
 TEST(UdpSocketErrors, InterruptedReceiveIsRepeatedUncounted) {
-    Station card;
-    Peer controller;
-    System system(card);
-    controller.send(readRequest(1, {clockIs(0)}), card);
-    system.receiveErrors = {EINTR, EINTR, EINTR};
-    EXPECT_EQ(card.handleWaiting(), 1);
-    EXPECT_EQ(card.getCounters().receiveFailures, 0U);
+    for (const char* bound : {"127.0.0.1", "0.0.0.0"}) {
+        Station card(bound);
+        Peer controller;
+        System system(card);
+        controller.send(readRequest(1, {clockIs(0)}), {0x7F000001, card.getLocalAddress().port});
+        system.receiveErrors = {EINTR, EINTR, EINTR};
+        EXPECT_EQ(card.handleWaiting(), 1) << bound;
+        EXPECT_EQ(card.getCounters().receiveFailures, 0U) << bound;
+    }
 }
 
 TEST(UdpSocketErrors, NothingThereIsNoFailure) {

@@ -74,6 +74,46 @@ INTERPOSED ssize_t recvmsg(int fileDescriptor, msghdr* message, int flags) {
     return received;
 }
 
+INTERPOSED ssize_t recvfrom(int fileDescriptor, void* buffer, std::size_t size, int flags, sockaddr* from,
+                            socklen_t* fromSize) {
+    static const auto real = next<ssize_t(int, void*, std::size_t, int, sockaddr*, socklen_t*)>("recvfrom");
+    System* const system = watching(fileDescriptor);
+    if (system == nullptr)
+        return real(fileDescriptor, buffer, size, flags, from, fromSize);
+    ++system->receives;
+    system->onReceive();
+    const int error = takeError(system->receiveErrors);
+    if (error != 0) {
+        errno = error;
+        return -1;
+    }
+    const ssize_t received = real(fileDescriptor, buffer, size, flags, from, fromSize);
+    if (received < 0 || !system->cutsNextDatagram)
+        return received;
+    system->cutsNextDatagram = false;
+    return (flags & MSG_TRUNC) != 0 ? static_cast<ssize_t>(size) + 1 : static_cast<ssize_t>(size);
+}
+
+INTERPOSED ssize_t sendto(int fileDescriptor, const void* data, std::size_t size, int flags,
+                          const sockaddr* to, socklen_t toSize) {
+    static const auto real =
+        next<ssize_t(int, const void*, std::size_t, int, const sockaddr*, socklen_t)>("sendto");
+    System* const system = watching(fileDescriptor);
+    if (system == nullptr)
+        return real(fileDescriptor, data, size, flags, to, toSize);
+    ++system->sends;
+    const int error = takeError(system->sendErrors);
+    if (error != 0) {
+        errno = error;
+        return -1;
+    }
+    const ssize_t sent = real(fileDescriptor, data, size, flags, to, toSize);
+    const int sendError = errno;
+    system->onSent();
+    errno = sendError;
+    return sent;
+}
+
 INTERPOSED ssize_t sendmsg(int fileDescriptor, const msghdr* message, int flags) {
     static const auto real = next<ssize_t(int, const msghdr*, int)>("sendmsg");
     System* const system = watching(fileDescriptor);

@@ -13,8 +13,8 @@ namespace {
 CapturedLog* current = nullptr;
 
 const std::map<std::string, std::pair<int, int>> levelAndPriority = {
-    {"ERROR", {levelError, LOG_ERR}},      {"WARNING", {levelWarning, LOG_WARNING}},
-    {"DEBUG1", {levelDebug1, LOG_DEBUG}},  {"DEBUG2", {levelDebug2, LOG_DEBUG}},
+    {"ERROR", {levelError, LOG_ERR}},     {"WARNING", {levelWarning, LOG_WARNING}},
+    {"DEBUG1", {levelDebug1, LOG_DEBUG}}, {"DEBUG2", {levelDebug2, LOG_DEBUG}},
     {"DEBUG3", {levelDebug3, LOG_DEBUG}},
 };
 
@@ -57,7 +57,8 @@ extern "C" __attribute__((visibility("default"))) void syslog(int priority, cons
     va_end(arguments);
 }
 
-extern "C" __attribute__((visibility("default"))) void __syslog_chk(int priority, int, const char* format, ...) {
+extern "C" __attribute__((visibility("default"))) void __syslog_chk(int priority, int, const char* format,
+                                                                    ...) {
     std::va_list arguments;
     va_start(arguments, format);
     catchLine(priority, format, arguments);
@@ -106,7 +107,8 @@ void expectLogs(const char* testFile, int testLine, const std::string& tag, cons
     {
         CapturedLog log(level->second.first);
         action();
-        EXPECT_EQ(log.count(tag, text), 1) << "wanted: [" << tag << "] " << text << "\nwritten:\n" << log.all();
+        EXPECT_EQ(log.count(tag, text), 1) << "wanted: [" << tag << "] " << text << "\nwritten:\n"
+                                           << log.all();
         for (const LogLine& line : log.lines()) {
             if (line.tag != tag || line.text != text)
                 continue;

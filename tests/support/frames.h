@@ -5,7 +5,7 @@
 #include <vector>
 
 struct Frame {
-    std::string name;   // file name without ".frame"; "broken/short-header" for those in broken/
+    std::string name;  // file name without ".frame"; "broken/short-header" for those in broken/
     std::string bytes;
 };
 

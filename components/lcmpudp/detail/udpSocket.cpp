@@ -96,7 +96,30 @@ Opening openSocket(const LcmpUdpAddress& address) {
 // Not repeated when a signal interrupts it: the number is free then already, and might be somebody else's.
 void closeSocket(int fileDescriptor) { ::close(fileDescriptor); }
 
-Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size) {
+namespace {
+
+// The system tells the length that a datagram has, so that a cut one shows.
+Receipt receivePlainly(int fileDescriptor, char* buffer, std::size_t size) {
+    sockaddr_in from{};
+    socklen_t fromSize = sizeof from;
+    ssize_t received = 0;
+    do {
+        received =
+            recvfrom(fileDescriptor, buffer, size, MSG_TRUNC, reinterpret_cast<sockaddr*>(&from), &fromSize);
+    } while (received < 0 && errno == EINTR);
+
+    Receipt receipt;
+    if (received < 0) {
+        receipt.error = errno;
+        return receipt;
+    }
+    receipt.truncated = static_cast<std::size_t>(received) > size;
+    receipt.size = receipt.truncated ? size : static_cast<std::size_t>(received);
+    receipt.from = fromSystem(from);
+    return receipt;
+}
+
+Receipt receiveWithAskedAddress(int fileDescriptor, char* buffer, std::size_t size) {
     sockaddr_in from{};
     Control control;
     iovec place{buffer, size};
@@ -125,7 +148,13 @@ Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size) {
     return receipt;
 }
 
-int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to,
+ssize_t sendPlainly(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to) {
+    const sockaddr_in receiver = toSystem(to);
+    return sendto(fileDescriptor, data, size, 0, reinterpret_cast<const sockaddr*>(&receiver),
+                  sizeof receiver);
+}
+
+ssize_t sendFrom(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to,
                  std::uint32_t from) {
     sockaddr_in receiver = toSystem(to);
     Control control{};
@@ -135,12 +164,24 @@ int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const L
     message.msg_namelen = sizeof receiver;
     message.msg_iov = &place;
     message.msg_iovlen = 1;
-    if (from != 0)
-        setSource(message, control, from);
+    setSource(message, control, from);
+    return sendmsg(fileDescriptor, &message, 0);
+}
 
+}  // namespace
+
+// Control messages cost as much as the rest of the call, so they are left out where they tell nothing.
+Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses) {
+    return manyAddresses ? receiveWithAskedAddress(fileDescriptor, buffer, size)
+                         : receivePlainly(fileDescriptor, buffer, size);
+}
+
+int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to,
+                 std::uint32_t from) {
     ssize_t sent = 0;
     do {
-        sent = sendmsg(fileDescriptor, &message, 0);
+        sent = from == 0 ? sendPlainly(fileDescriptor, data, size, to)
+                         : sendFrom(fileDescriptor, data, size, to, from);
     } while (sent < 0 && errno == EINTR);
     return sent < 0 ? errno : 0;
 }

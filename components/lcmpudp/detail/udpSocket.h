@@ -31,7 +31,8 @@ struct Receipt {
     std::uint32_t asked = 0;  // the address of this host that the sender meant; 0 where there is one only
 };
 
-Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size);
+/// `manyAddresses`: the socket is bound to all addresses, and learns which was meant.
+Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses);
 
 /// Sends from the address `from`; 0 leaves the choice to the system.
 int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to,
