@@ -12,8 +12,7 @@ namespace bench {
 class MemoryEndpoint : public LcmpProtocolBase {
 public:
     bool sendMessage(LCMPMessage* msg) override {
-        const int size = msg->getHeaderSize() + msg->sizeOfTlvs();
-        m_sent = size <= static_cast<int>(sizeof m_frame) && msg->serialize(m_frame, size) != 0 ? size : 0;
+        m_sent = msg->serializeFrame(m_frame, static_cast<int>(sizeof m_frame));
         return m_sent != 0;
     }
 

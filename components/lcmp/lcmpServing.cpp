@@ -68,16 +68,18 @@ bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse&
 bool LcmpProtocolBase::resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy) {
     m_objectIndex->follow(lcmpObjects);
     bool ordinary = true;
+    bool silent = !logs(debug2Level);
     ByteView rest{data + request.getHeaderSize(), length - request.getHeaderSize()};
     for (ElementView element; takeElement(rest, element);) {
         // Nearly always: a property of an object without hooks, and no line to write.
         LcmpProperty* property = m_objectIndex->look(element.header.oid).property;
-        if (property != nullptr && property->asOldStyle() == nullptr && !logs(debug2Level)) {
+        if (silent && property != nullptr && property->asOldStyle() == nullptr) {
             request.m_properties.push_back(property);
             continue;
         }
         resolveTlv(element, request, legacy);
         ordinary = false;
+        silent = !logs(debug2Level);  // an application's hook may have changed it
     }
     return ordinary;
 }
