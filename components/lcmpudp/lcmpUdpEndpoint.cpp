@@ -111,8 +111,9 @@ void LcmpUdpEndpoint::setEventPeriod(Milliseconds period) {
 
 int LcmpUdpEndpoint::poll(Milliseconds timeout) {
     const auto end = timeout.count() < 0 ? never : Clock::now() + std::min(timeout, longestWait);
-    for (;;) {
-        const int handled = onReadable();
+    // After a wait one datagram is known to be there; asking for a second would nearly always be for nothing.
+    for (int most = maxFramesPerTurn;; most = 1) {
+        const int handled = takeTurn(most);
         const bool ran = m_socket >= 0 && runEventHandlerIfDue();
         if (handled != 0 || ran || m_socket < 0 || Clock::now() >= end)
             return handled;
@@ -122,14 +123,16 @@ int LcmpUdpEndpoint::poll(Milliseconds timeout) {
     }
 }
 
-int LcmpUdpEndpoint::onReadable() {
+int LcmpUdpEndpoint::onReadable() { return takeTurn(maxFramesPerTurn); }
+
+int LcmpUdpEndpoint::takeTurn(int most) {
     if (m_socket < 0) {
         fail("poll", "the endpoint is closed");
         return -1;
     }
     int handled = 0;
     // Asks anew each time what was kept: the frame before may have sent a request.
-    for (int turn = 0; turn < maxFramesPerTurn && m_socket >= 0; ++turn) {
+    for (int turn = 0; turn < most && m_socket >= 0; ++turn) {
         if (!m_kept.empty()) {
             handleKept();
             ++handled;

@@ -91,10 +91,10 @@ public:
     void setEventPeriod(Milliseconds period);
 
     /// Handles what has arrived and runs what is due; when there is nothing, waits until there is, at most
-    /// `timeout` (negative: for ever). Returns the number of frames handled, 0 when the time is over or
-    /// eventHandler was all there was to do, or -1 when the socket failed or is closed (getLastError()).
-    /// A signal ends the wait early, with 0. A response that could not be sent is counted, and is no
-    /// failure of the socket.
+    /// `timeout` (negative: for ever), and handles what came first. Returns the number of frames handled, 0
+    /// when the time is over or eventHandler was all there was to do, or -1 when the socket failed or is
+    /// closed (getLastError()). A signal ends the wait early, with 0. A response that could not be sent is
+    /// counted, and is no failure of the socket.
     int poll(Milliseconds timeout);
 
     // For an event loop of another kind: wait until the file descriptor is readable (by level, not by edge: a
@@ -157,6 +157,7 @@ private:
     enum class Waited { replied, timedOut, failed };
     enum class Slept { through, interrupted, failed };
 
+    int takeTurn(int most);
     Taken receive(Datagram& datagram);
     bool isTarget(const LcmpUdpAddress& peer) const;
     bool isAllowed(const Datagram& datagram) const;

@@ -173,6 +173,19 @@ TEST(UdpServing, RequestThatComesDuringTheWaitIsHandledWithinTheCall) {
     EXPECT_EQ(controller.receive(), hex(readResponse(1, 0, 0, {clockIs(128)})));
 }
 
+TEST(UdpServing, RequestThatIsWaitedForCostsNoReceiveButTheTwoAroundTheWait) {
+    Station card;
+    Peer controller;
+    System system(card);
+    for (unsigned int id = 1; id <= 3; ++id) {
+        system.onWait = once([&] { controller.send(readRequest(id, {clockIs(0)}), card); });
+        EXPECT_EQ(card.poll(Station::Milliseconds(10000)), 1);
+    }
+    EXPECT_EQ(system.receives, 2 * 3);
+    EXPECT_EQ(system.waits, 3);
+    EXPECT_EQ(system.sends, 3);
+}
+
 TEST(UdpServing, TurnTakesAtMost256Datagrams) {
     constexpr int requests = 300;
     Station card;
