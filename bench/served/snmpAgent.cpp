@@ -1,6 +1,6 @@
 // A peer: an agent made of net-snmp's agent library, with as many watched integers as the card has variables.
-// Configuration files, logging, sub-agents and access control are off: nothing stands between request and
-// value but the library itself.
+// Configuration files, logging, subordinate agents and access control are off: nothing stands between request
+// and value but the library itself.
 //
 // usage: bench_snmp_agent PORT
 #include <net-snmp/net-snmp-config.h>
