@@ -32,7 +32,9 @@ auto asNumber(T value) {
 template <typename T>
 TypeProperty<T>::TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,
                               TypeValueCheck* check, bool eventable)
-    : LcmpProperty(id, name, access, eventable), m_value(def), m_default(def), m_check(check) {}
+    : LcmpProperty(id, name, access, eventable), m_default(def), m_check(check) {
+    setWord(static_cast<std::uint64_t>(def));
+}
 
 template <typename T>
 TypeProperty<T>::TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,
@@ -55,16 +57,18 @@ TypeProperty<T>::~TypeProperty() {
 
 template <typename T>
 void TypeProperty<T>::setToDefault() {
-    m_value = m_default;
+    setWord(static_cast<std::uint64_t>(m_default));
 }
 
 template <typename T>
 bool TypeProperty<T>::isDefault() {
-    return static_cast<T>(m_value) == m_default;
+    return value() == m_default;
 }
 
 template <typename T>
 int TypeProperty<T>::serialize(char* buffer, int size) {
+    if (const int written = serializeWord(buffer, size); written != 0)
+        return written;
     const unsigned int count = length();
     // Room for the whole value, also where a derived class announces fewer bytes.
     const bool fits = size >= static_cast<int>(tlvHeaderSize + sizeof(T));
@@ -74,7 +78,7 @@ int TypeProperty<T>::serialize(char* buffer, int size) {
         return -1;
     }
     if (count > 0)
-        putWord(value, static_cast<std::uint64_t>(m_value), sizeof(T));
+        putWord(value, word(), sizeof(T));
     return tlvHeaderSize + static_cast<int>(count);
 }
 
@@ -82,7 +86,7 @@ int TypeProperty<T>::serialize(char* buffer, int size) {
 template <typename T>
 int TypeProperty<T>::deserialize(const char* buffer) {
     if (travelsAsNumber(getType()))
-        m_value = static_cast<Stored>(getWord(buffer + tlvHeaderSize, sizeof(T)));
+        setWord(getWord(buffer + tlvHeaderSize, sizeof(T)));
     else
         LCMP_ERROR("[%s] type deserializing is not handled ok!", getName().c_str());
     return tlvHeaderSize + getTlvHeader(buffer).length;
@@ -114,21 +118,21 @@ bool TypeProperty<T>::validValue(const char* value, int length) {
 
 template <typename T>
 void TypeProperty<T>::get(T* out) {
-    *out = static_cast<T>(m_value);
+    *out = value();
 }
 
 template <typename T>
-void TypeProperty<T>::set(T value) {
-    if (value != static_cast<T>(m_value))
+void TypeProperty<T>::set(T newValue) {
+    if (newValue != value())
         markEvent();
-    m_value = value;
+    setWord(static_cast<std::uint64_t>(newValue));
 }
 
 template <typename T>
 std::string TypeProperty<T>::str() const {
     TextStream text;
-    text << lineHead() << std::setw(20) << asNumber(static_cast<T>(m_value))
-         << "  (def = " << asNumber(m_default) << (isEventable() ? ", eventable" : "") << ")\n";
+    text << lineHead() << std::setw(20) << asNumber(value()) << "  (def = " << asNumber(m_default)
+         << (isEventable() ? ", eventable" : "") << ")\n";
     return text.str();
 }
 

@@ -127,14 +127,29 @@ protected:
     /// What startElement does when there is no room: one ERROR line, null.
     char* noRoom() const;
 
+    // For the library's own kinds of fixed width, which keep their value here: a number in the low bits of
+    // one word. An object that takes such a property in also notes how it travels, and from then on it is
+    // written and judged without asking it.
+    std::uint64_t word() const { return m_word; }
+    void setWord(std::uint64_t word) { m_word = word; }
+
+    /// Writes the whole element from the word and returns the bytes it takes; a few zeros may be stored
+    /// behind them. 0, nothing written: the property has to be asked, or `size` has no room for those zeros.
+    int serializeWord(char* buffer, int size) const;
+
     /// "  3 | <name in 40 columns> : ", the beginning of every property's line.
     std::string lineHead() const;
 
 private:
-    friend class LcmpObject;        // sets row and owner
+    friend class LcmpObject;        // sets row, owner and how the word travels
+    friend class LCMPMessage;       // writes words
     friend class OldStyleProperty;  // takes its id and row from an element, and can be copied
 
     LcmpProperty(const LcmpProperty&) = default;
+
+    // What getType and length answer.
+    int announcedType() { return m_wordSize != 0 ? m_wordType : getType(); }
+    unsigned int announcedLength() { return m_wordSize != 0 ? m_wordSize : length(); }
 
     unsigned int composeOid() const;
     bool hasOid(unsigned int oid) const;
@@ -146,8 +161,11 @@ private:
     unsigned int m_row = 0;
     bool m_eventable;
     bool m_eventPending = false;
-    LcmpObject* m_owner = nullptr;
     bool m_legacy = false;    // this is an OldStyleProperty
     bool m_oidKnown = false;  // the owner would always compose the same
+    LcmpObject* m_owner = nullptr;
     unsigned int m_oid = 0;
+    std::uint8_t m_wordType = 0;  // how the word travels;
+    std::uint8_t m_wordSize = 0;  // 0 bytes: only the property itself knows
+    std::uint64_t m_word = 0;
 };

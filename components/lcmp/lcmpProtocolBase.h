@@ -21,6 +21,7 @@
 #include "lcmpmsg.h"
 
 namespace lcmpdetail {
+struct ByteView;
 struct Found;
 class ObjectIndex;
 }  // namespace lcmpdetail
@@ -160,7 +161,8 @@ private:
     lcmpdetail::Found askEveryObject(unsigned int oid) const;
     bool dispatch(std::uint8_t action, int length, const char* data, LCMPResponse& response);
 
-    bool resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy);
+    lcmpdetail::ByteView resolvePlainTlvs(lcmpdetail::ByteView rest, std::vector<LcmpProperty*>& properties);
+    void resolveTlvs(lcmpdetail::ByteView rest, LCMPRequest& request, LegacyList& legacy);
     void resolveTlv(const lcmpdetail::ElementView& element, LCMPRequest& request, LegacyList& legacy);
     void serveRead(LCMPRequest& request, const LegacyList& legacy, LCMPResponse& response);
     void serveWrite(LCMPRequest& request, LCMPResponse& response);

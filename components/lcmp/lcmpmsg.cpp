@@ -56,6 +56,14 @@ int LCMPMessage::serializeFrame(char* buf, int size) const {
     return written != 0 && serializeSpecific(buf, size) != 0 ? written : 0;
 }
 
+// A word whose OID is known, too, is written without a call. 0: the property has to be asked.
+inline int LCMPMessage::putKnownWord(const LcmpProperty& property, char* buf, int size) {
+    if (property.m_wordSize == 0 || !property.m_oidKnown)
+        return 0;
+    return putWordElement(buf, size, {property.m_oid, property.m_wordType, property.m_wordSize},
+                          property.m_word);
+}
+
 // Writes the header that every kind begins with and the elements behind the kind's own, and returns the
 // number of bytes of the whole; 0 after a log line.
 int LCMPMessage::serializeTlvs(char* buf, int size) const {
@@ -71,18 +79,28 @@ int LCMPMessage::serializeTlvs(char* buf, int size) const {
 
     int position = m_headerSize;
     for (LcmpProperty* property : m_properties) {
-        const int written = property->serialize(buf + position, size - position);
-        if (written == -1) {
-            LCMP_ERROR_FOR("serialize", "buffer got to small!");
+        int written = putKnownWord(*property, buf + position, size - position);
+        if (written == 0)
+            written = serializeAsked(*property, buf + position, size - position);
+        if (written < 0)
             return 0;
-        }
-        if (static_cast<unsigned int>(written) - tlvHeaderSize != property->length()) {
-            LCMP_ERROR_FOR("serialize", "serialize return wrong length!");
-            return 0;
-        }
         position += written;
     }
     return position;
+}
+
+// -1 after a log line.
+int LCMPMessage::serializeAsked(LcmpProperty& property, char* buf, int size) {
+    const int written = property.serialize(buf, size);
+    if (written == -1) {
+        LCMP_ERROR_FOR("serialize", "buffer got to small!");
+        return -1;
+    }
+    if (static_cast<unsigned int>(written) - tlvHeaderSize != property.length()) {
+        LCMP_ERROR_FOR("serialize", "serialize return wrong length!");
+        return -1;
+    }
+    return written;
 }
 
 int LCMPMessage::deserialize(const char* buf, int len) {
@@ -231,7 +249,7 @@ int LCMPMessage::countTlvs(int /*unused*/) const { return static_cast<int>(m_pro
 int LCMPMessage::sizeOfTlvs() const {
     unsigned long long size = 0;
     for (LcmpProperty* property : m_properties)
-        size += tlvHeaderSize + static_cast<unsigned long long>(property->length());
+        size += tlvHeaderSize + static_cast<unsigned long long>(property->announcedLength());
     return static_cast<int>(std::min<unsigned long long>(size, largestElementSum));
 }
 
