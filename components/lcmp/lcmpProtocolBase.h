@@ -159,7 +159,9 @@ private:
     void deleteEventTables();
     lcmpdetail::Found findProperty(unsigned int oid);
     lcmpdetail::Found askEveryObject(unsigned int oid) const;
-    bool dispatch(std::uint8_t action, int length, const char* data, LCMPResponse& response);
+    bool dispatch(LCMPRequest& request, int length, const char* data, LCMPResponse& response);
+    bool serve(LCMPRequest& request, int length, const char* data, LCMPResponse& response);
+    std::uint8_t followMessageId(std::uint16_t id, const std::string& peer);
 
     lcmpdetail::ByteView resolvePlainTlvs(lcmpdetail::ByteView rest, std::vector<LcmpProperty*>& properties);
     void resolveTlvs(lcmpdetail::ByteView rest, LCMPRequest& request, LegacyList& legacy);

@@ -21,13 +21,17 @@ int findMisfit(ByteView rest) {
 }  // namespace
 
 bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse& response) {
-    LCMPRequest request(response.getPeerAddress());
+    LCMPRequest request;
     const auto headerResult = static_cast<unsigned int>(request.deserialize(data, length));
     if (headerResult == RESULT_WRONG_LEN)
         return false;
     response.setResult(headerResult);
+    return serve(request, length, data, response);
+}
+
+bool LcmpProtocolBase::serve(LCMPRequest& request, int length, const char* data, LCMPResponse& response) {
     // Served even so: a duplicate or a gap is reported in the response, never refused.
-    response.setResult(checkMsgId(&request, response.getPeerAddress()));
+    response.setResult(followMessageId(request.getMessageId(), response.getPeerAddress()));
 
     LegacyList legacy;
     request.m_properties.swap(m_spareList);
@@ -38,7 +42,8 @@ bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse&
     const int misfit = ordinary ? -1 : findMisfit(rest);
     if (misfit >= 0) {
         const int position = request.countTlvs(0) + misfit;
-        LCMP_ERROR("element %d does not fit into the request of %d bytes", position, length);
+        LCMP_ERROR_FOR("handleRequest", "element %d does not fit into the request of %d bytes", position,
+                       length);
         m_spareList.swap(request.m_properties);
         return sendRefusal(response, RESULT_WRONG_LEN, position);
     }
@@ -54,8 +59,8 @@ bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse&
         m_spareList.swap(request.m_properties);
         return sendRefusal(response, fault, faultIndex);
     }
-    LCMP_DEBUG3("LCMP %s message: length %d, %d tlvs", write ? "Write" : "Read", length,
-                request.countTlvs(0));
+    LCMP_DEBUG3_FOR("handleRequest", "LCMP %s message: length %d, %d tlvs", write ? "Write" : "Read", length,
+                    request.countTlvs(0));
     if (write)
         serveWrite(request, response);
     else
@@ -64,7 +69,7 @@ bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse&
     const bool sent = sendMessage(&response);
     m_spareList.swap(write ? request.m_properties : response.m_properties);
     legacy.clear();
-    LCMP_DEBUG2("request handled: %s", sent ? "success" : "failed");
+    LCMP_DEBUG2_FOR("handleRequest", "request handled: %s", sent ? "success" : "failed");
     return sent;
 }
 

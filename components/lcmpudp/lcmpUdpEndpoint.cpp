@@ -28,10 +28,10 @@ std::minstd_rand::result_type seedOf(const void* endpoint) {
 }
 
 // -1 for never, else rounded up: a wait that ends too early would only be repeated.
-int millisecondsUntil(LcmpUdpEndpoint::Clock::time_point time) {
+int millisecondsUntil(LcmpUdpEndpoint::Clock::time_point time, LcmpUdpEndpoint::Clock::time_point now) {
     if (time == never)
         return -1;
-    const auto left = std::chrono::ceil<LcmpUdpEndpoint::Milliseconds>(time - LcmpUdpEndpoint::Clock::now());
+    const auto left = std::chrono::ceil<LcmpUdpEndpoint::Milliseconds>(time - now);
     return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX));
 }
 
@@ -114,10 +114,11 @@ int LcmpUdpEndpoint::poll(Milliseconds timeout) {
     // After a wait one datagram is known to be there; asking for a second would nearly always be for nothing.
     for (int most = maxFramesPerTurn;; most = 1) {
         const int handled = takeTurn(most);
-        const bool ran = m_socket >= 0 && runEventHandlerIfDue();
-        if (handled != 0 || ran || m_socket < 0 || Clock::now() >= end)
+        const auto now = Clock::now();
+        const bool ran = m_socket >= 0 && runEventHandlerIfDue(now);
+        if (handled != 0 || ran || m_socket < 0 || now >= end)
             return handled;
-        const Slept slept = waitUntil(std::min(end, nextEvent()));
+        const Slept slept = waitUntil(std::min(end, nextEvent()), now);
         if (slept != Slept::through)
             return slept == Slept::interrupted ? 0 : -1;
     }
@@ -159,14 +160,14 @@ int LcmpUdpEndpoint::onDeadline() {
     for (; handled < maxFramesPerTurn && !m_kept.empty(); ++handled)
         handleKept();
     if (m_socket >= 0)
-        runEventHandlerIfDue();
+        runEventHandlerIfDue(Clock::now());
     return handled;
 }
 
 int LcmpUdpEndpoint::millisecondsToDeadline() const {
     if (m_socket < 0)
         return -1;
-    return m_kept.empty() ? millisecondsUntil(nextEvent()) : 0;
+    return m_kept.empty() ? millisecondsUntil(nextEvent(), Clock::now()) : 0;
 }
 
 void LcmpUdpEndpoint::frameReceived(const LcmpUdpAddress&, const char*, int) {}
@@ -244,7 +245,11 @@ void LcmpUdpEndpoint::handleFrame(const Datagram& datagram, const char* bytes) {
     ++m_counters.handled;
     const int size = static_cast<int>(datagram.size);
     frameReceived(datagram.peer, bytes, size);
-    handleLcmpMsg(size, bytes, lcmpUdpHostToText(datagram.peer.host).c_str());
+    if (m_peerText.empty() || m_peerTextHost != datagram.peer.host) {
+        m_peerText = lcmpUdpHostToText(datagram.peer.host);
+        m_peerTextHost = datagram.peer.host;
+    }
+    handleLcmpMsg(size, bytes, m_peerText.c_str());
 }
 
 void LcmpUdpEndpoint::countStray(const LcmpUdpAddress& peer) {
@@ -260,11 +265,8 @@ void LcmpUdpEndpoint::keep(const Datagram& datagram) {
     ++m_counters.kept;
 }
 
-bool LcmpUdpEndpoint::runEventHandlerIfDue() {
-    if (m_eventPeriod.count() == 0)
-        return false;
-    const auto now = Clock::now();
-    if (now < m_nextEvent)
+bool LcmpUdpEndpoint::runEventHandlerIfDue(Clock::time_point now) {
+    if (m_eventPeriod.count() == 0 || now < m_nextEvent)
         return false;
     // In step with the first run, unless a whole period was missed.
     m_nextEvent += m_eventPeriod;
@@ -278,8 +280,8 @@ LcmpUdpEndpoint::Clock::time_point LcmpUdpEndpoint::nextEvent() const {
     return m_eventPeriod.count() == 0 ? never : m_nextEvent;
 }
 
-LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitUntil(Clock::time_point time) {
-    const int error = lcmpudpdetail::awaitReadable(m_socket, millisecondsUntil(time));
+LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitUntil(Clock::time_point time, Clock::time_point now) {
+    const int error = lcmpudpdetail::awaitReadable(m_socket, millisecondsUntil(time, now));
     if (error == EINTR)
         return Slept::interrupted;
     if (error == 0 || lcmpudpdetail::isPassing(error))

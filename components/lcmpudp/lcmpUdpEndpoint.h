@@ -168,9 +168,9 @@ private:
     void countStray(const LcmpUdpAddress& peer);
     void keep(const Datagram& datagram);
 
-    bool runEventHandlerIfDue();
+    bool runEventHandlerIfDue(Clock::time_point now);
     Clock::time_point nextEvent() const;
-    Slept waitUntil(Clock::time_point time);
+    Slept waitUntil(Clock::time_point time, Clock::time_point now);
 
     bool sendAny(LCMPMessage* msg, Frame& frame);
     bool encode(const LCMPMessage& msg, Frame& frame);
@@ -206,4 +206,6 @@ private:
     Buffer m_receiveBuffer;       // lent to the frame that is being handled
     Buffer m_sendBuffer;          // lent to the message that is being sent
     std::minstd_rand m_random;
+    std::string m_peerText;  // of the peer whose frame was handled last: it comes again
+    std::uint32_t m_peerTextHost = 0;
 };

@@ -1,5 +1,6 @@
 // The way out: responses, events, and requests with the wait for their reply.
 #include <algorithm>
+#include <typeinfo>
 #include <utility>
 
 #include "detail/frameHeader.h"
@@ -15,6 +16,12 @@ std::uint8_t replyActionOf(std::uint8_t action) {
     return action == LCMP_ACTION_READ ? LCMP_ACTION_READ_RESPONSE : LCMP_ACTION_WRITE_RESPONSE;
 }
 
+// A cast to what a message is would find out by a search; nearly always it is exactly that.
+template <typename Kind>
+bool isA(LCMPMessage* msg) {
+    return msg != nullptr && (typeid(*msg) == typeid(Kind) || dynamic_cast<Kind*>(msg) != nullptr);
+}
+
 }  // namespace
 
 bool LcmpUdpEndpoint::sendMessage(LCMPMessage* msg) {
@@ -26,11 +33,11 @@ bool LcmpUdpEndpoint::sendMessage(LCMPMessage* msg) {
 }
 
 bool LcmpUdpEndpoint::sendAny(LCMPMessage* msg, Frame& frame) {
-    if (dynamic_cast<LCMPResponse*>(msg) != nullptr)
+    if (isA<LCMPResponse>(msg))
         return sendResponseFrame(*msg, frame);
-    if (dynamic_cast<LCMPRequest*>(msg) != nullptr)
+    if (isA<LCMPRequest>(msg))
         return sendRequestFrame(*msg, frame);
-    if (dynamic_cast<LCMPAmi*>(msg) != nullptr)
+    if (isA<LCMPAmi>(msg))
         return sendEventFrame(*msg, frame);
     return fail("send", "neither a request nor a response nor an event");
 }
@@ -117,11 +124,12 @@ LcmpUdpEndpoint::Waited LcmpUdpEndpoint::awaitReply(const ReplyMatch& match, Clo
         }
         if (taken == Taken::datagram)
             sortAside(datagram);
-        if (Clock::now() >= deadline)
+        const auto now = Clock::now();
+        if (now >= deadline)
             return Waited::timedOut;
         if (taken != Taken::nothing)
             continue;
-        if (waitUntil(deadline) == Slept::failed)
+        if (waitUntil(deadline, now) == Slept::failed)
             return Waited::failed;
     }
 }
