@@ -119,8 +119,8 @@ void IpAddressProperty::setToDefault() { setWord(m_default); }
 bool IpAddressProperty::isDefault() { return value() == m_default; }
 
 int IpAddressProperty::serialize(char* buffer, int size) {
-    if (const int written = serializeWord(buffer, size); written != 0)
-        return written;
+    if (canSerializeWord(size))
+        return serializeWord(buffer);
     char* place = startElement(buffer, size, length(), getType());
     if (place == nullptr)
         return -1;
@@ -163,8 +163,8 @@ void UnixTimeProperty::setToDefault() { setWord(static_cast<std::uint64_t>(m_def
 bool UnixTimeProperty::isDefault() { return value() == m_default; }
 
 int UnixTimeProperty::serialize(char* buffer, int size) {
-    if (const int written = serializeWord(buffer, size); written != 0)
-        return written;
+    if (canSerializeWord(size))
+        return serializeWord(buffer);
     char* place = startElement(buffer, size, length(), getType());
     if (place == nullptr)
         return -1;

@@ -67,28 +67,43 @@ bool TypeProperty<T>::isDefault() {
 
 template <typename T>
 int TypeProperty<T>::serialize(char* buffer, int size) {
-    if (const int written = serializeWord(buffer, size); written != 0)
-        return written;
+    return canSerializeWord(size) ? serializeWord(buffer) : serializeAsked(buffer, size);
+}
+
+// For a derived class, which may answer as it likes, and where there is little room.
+template <typename T>
+int TypeProperty<T>::serializeAsked(char* buffer, int size) {
     const unsigned int count = length();
     // Room for the whole value, also where a derived class announces fewer bytes.
     const bool fits = size >= static_cast<int>(tlvHeaderSize + sizeof(T));
-    char* value = fits ? putElementHead(buffer, size, {getOid(), getType(), count}) : nullptr;
-    if (value == nullptr) {
+    char* place = fits ? putElementHead(buffer, size, {getOid(), getType(), count}) : nullptr;
+    if (place == nullptr) {
         noRoom();
         return -1;
     }
     if (count > 0)
-        putWord(value, word(), sizeof(T));
+        putWord(place, word(), sizeof(T));
     return tlvHeaderSize + static_cast<int>(count);
 }
 
 // The element is taken as it stands, whatever OID, type and length it declares: checkBuffer judges.
 template <typename T>
 int TypeProperty<T>::deserialize(const char* buffer) {
+    const unsigned int announced = getTlvHeader(buffer).length;
+    // Told apart so that in a row of elements the next one's place is known before this one's length is read.
+    if (travelsAsWord() && announced == sizeof(T)) {
+        setWord(getWord(buffer + tlvHeaderSize, sizeof(T)));
+        return tlvHeaderSize + static_cast<int>(sizeof(T));
+    }
+    return deserializeAsked(buffer);
+}
+
+template <typename T>
+int TypeProperty<T>::deserializeAsked(const char* buffer) {
     if (travelsAsNumber(getType()))
         setWord(getWord(buffer + tlvHeaderSize, sizeof(T)));
     else
-        LCMP_ERROR("[%s] type deserializing is not handled ok!", getName().c_str());
+        LCMP_ERROR_FOR("deserialize", "[%s] type deserializing is not handled ok!", getName().c_str());
     return tlvHeaderSize + getTlvHeader(buffer).length;
 }
 
@@ -108,7 +123,7 @@ bool TypeProperty<T>::validValue(const char* value, int length) {
         return false;
     if (m_check == nullptr)
         return true;
-    if (!travelsAsNumber(getType())) {
+    if (!travelsAsWord() && !travelsAsNumber(getType())) {
         LCMP_ERROR("[%s] type deserializing is not handled ok!", getName().c_str());
         return false;
     }

@@ -66,6 +66,9 @@ public:
     std::string str() const override;
 
 private:
+    int serializeAsked(char* buffer, int size);
+    int deserializeAsked(const char* buffer);
+
     // A received boolean byte is kept as it came and sent back as it came: any but 0 is true.
     T value() const { return static_cast<T>(word()); }
 

@@ -160,8 +160,9 @@ char* LcmpProperty::startElement(char* buffer, int size, unsigned int length, in
     return value != nullptr ? value : noRoom();
 }
 
-int LcmpProperty::serializeWord(char* buffer, int size) const {
-    return m_wordSize != 0 ? putWordElement(buffer, size, {getOid(), m_wordType, m_wordSize}, m_word) : 0;
+int LcmpProperty::serializeWord(char* buffer) const {
+    static_assert(widestElement == tlvHeaderSize + sizeof m_word, "a word travels with its header");
+    return putWordElement(buffer, {getOid(), m_wordType, m_wordSize}, m_word);
 }
 
 char* LcmpProperty::noRoom() const {

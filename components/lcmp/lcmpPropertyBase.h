@@ -32,8 +32,9 @@ public:
     virtual void setToDefault();
     virtual bool isDefault() = 0;
 
-    /// Writes the property as one TLV element and returns the number of bytes, 7 + length(). Fewer than that
-    /// in `size`, or a negative size: one ERROR line, -1, buffer untouched.
+    /// Writes the property as one TLV element and returns the number of bytes, 7 + length(); what `size`
+    /// leaves behind them may be overwritten. Fewer than that in `size`, or a negative size: one ERROR line,
+    /// -1, buffer untouched.
     virtual int serialize(char* buffer, int size) = 0;
 
     /// Takes the value from the TLV element at `buffer` and returns the bytes it takes, 7 + the length it
@@ -133,9 +134,15 @@ protected:
     std::uint64_t word() const { return m_word; }
     void setWord(std::uint64_t word) { m_word = word; }
 
-    /// Writes the whole element from the word and returns the bytes it takes; a few zeros may be stored
-    /// behind them. 0, nothing written: the property has to be asked, or `size` has no room for those zeros.
-    int serializeWord(char* buffer, int size) const;
+    bool travelsAsWord() const { return m_wordSize != 0; }
+
+    /// Whether serializeWord can do what serialize is asked to do. It wants room for the widest word there
+    /// is.
+    bool canSerializeWord(int size) const { return m_wordSize != 0 && size >= widestElement; }
+
+    /// Writes the whole element from the word and returns the bytes it takes. Up to seven zeros are stored
+    /// behind them.
+    int serializeWord(char* buffer) const;
 
     /// "  3 | <name in 40 columns> : ", the beginning of every property's line.
     std::string lineHead() const;
@@ -146,6 +153,8 @@ private:
     friend class OldStyleProperty;  // takes its id and row from an element, and can be copied
 
     LcmpProperty(const LcmpProperty&) = default;
+
+    static constexpr int widestElement = 15;  // bytes of an element whose value is a word
 
     // What getType and length answer.
     int announcedType() { return m_wordSize != 0 ? m_wordType : getType(); }

@@ -80,9 +80,9 @@ ByteView LcmpProtocolBase::resolvePlainTlvs(ByteView rest, std::vector<LcmpPrope
     m_objectIndex->follow(lcmpObjects);
     if (logs(debug2Level))
         return rest;
-    const ObjectIndex& index = *m_objectIndex;
+    NeighbourLookup lookup(*m_objectIndex);
     for (ElementView element; takeElement(rest, element);) {
-        LcmpProperty* property = index.look(element.header.oid).property;
+        LcmpProperty* property = lookup.look(element.header.oid);
         if (property == nullptr || property->asOldStyle() != nullptr)
             return {element.begin, tlvHeaderSize + element.space};
         properties.push_back(property);

@@ -58,10 +58,9 @@ int LCMPMessage::serializeFrame(char* buf, int size) const {
 
 // A word whose OID is known, too, is written without a call. 0: the property has to be asked.
 inline int LCMPMessage::putKnownWord(const LcmpProperty& property, char* buf, int size) {
-    if (property.m_wordSize == 0 || !property.m_oidKnown)
+    if (!property.canSerializeWord(size) || !property.m_oidKnown)
         return 0;
-    return putWordElement(buf, size, {property.m_oid, property.m_wordType, property.m_wordSize},
-                          property.m_word);
+    return putWordElement(buf, {property.m_oid, property.m_wordType, property.m_wordSize}, property.m_word);
 }
 
 // Writes the header that every kind begins with and the elements behind the kind's own, and returns the
@@ -77,16 +76,18 @@ int LCMPMessage::serializeTlvs(char* buf, int size) const {
     p = putU8(p, m_action);
     putU16(p, m_messageId);
 
-    int position = m_headerSize;
+    char* place = buf + m_headerSize;
+    char* const end = buf + size;
     for (LcmpProperty* property : m_properties) {
-        int written = putKnownWord(*property, buf + position, size - position);
+        const auto room = static_cast<int>(end - place);
+        int written = putKnownWord(*property, place, room);
         if (written == 0)
-            written = serializeAsked(*property, buf + position, size - position);
+            written = serializeAsked(*property, place, room);
         if (written < 0)
             return 0;
-        position += written;
+        place += written;
     }
-    return position;
+    return static_cast<int>(place - buf);
 }
 
 // -1 after a log line.

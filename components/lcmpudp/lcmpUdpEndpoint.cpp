@@ -8,6 +8,7 @@
 #include <cstring>
 #include <utility>
 
+#include "detail/datagramBatch.h"
 #include "detail/frameHeader.h"
 #include "detail/udpExchange.h"
 #include "detail/udpSocket.h"
@@ -35,6 +36,22 @@ int millisecondsUntil(LcmpUdpEndpoint::Clock::time_point time, LcmpUdpEndpoint::
     return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX));
 }
 
+// How long a receive may block in a wait of `left` milliseconds (-1: for ever): a power of two, so that it
+// seldom changes; 0 where the system's ticks, by which it may come too late, would count.
+int blockingTimeFor(int left) {
+    constexpr int tick = 32;
+    constexpr int shortest = 128;
+    constexpr int longest = 1 << 20;
+    if (left < 0)
+        return longest;
+    if (left < shortest + tick)
+        return 0;
+    int time = shortest;
+    while (time < longest && 2 * time <= left - tick)
+        time *= 2;
+    return time;
+}
+
 // Puts a pointer back to what it was when the block ends, however it ends.
 template <typename T>
 class Restored {
@@ -54,7 +71,10 @@ private:
 LcmpUdpEndpoint::LcmpUdpEndpoint() : LcmpUdpEndpoint(true) {}
 
 LcmpUdpEndpoint::LcmpUdpEndpoint(bool errorReplies)
-    : LcmpProtocolBase(errorReplies), m_random(seedOf(this)) {}
+    : LcmpProtocolBase(errorReplies),
+      m_random(seedOf(this)),
+      m_inbox(std::make_unique<lcmpudpdetail::Inbox>(receiveBufferSize)),
+      m_outbox(std::make_unique<lcmpudpdetail::Outbox>()) {}
 
 LcmpUdpEndpoint::~LcmpUdpEndpoint() { close(); }
 
@@ -68,16 +88,19 @@ bool LcmpUdpEndpoint::open(const std::string& address, std::uint16_t port) {
         return fail(opening.attempt + (' ' + lcmpUdpToText(wanted)), opening.error);
     m_socket = opening.fileDescriptor;
     m_local = opening.bound;
+    m_blockingTime = 0;
     return true;
 }
 
 void LcmpUdpEndpoint::close() {
     if (m_socket < 0)
         return;
+    sendOutbox();
     lcmpudpdetail::closeSocket(m_socket);
     m_socket = -1;
     m_local = {};
     m_kept.clear();
+    m_inbox->clear();
     ++m_closings;
 }
 
@@ -118,7 +141,7 @@ int LcmpUdpEndpoint::poll(Milliseconds timeout) {
         const bool ran = m_socket >= 0 && runEventHandlerIfDue(now);
         if (handled != 0 || ran || m_socket < 0 || now >= end)
             return handled;
-        const Slept slept = waitUntil(std::min(end, nextEvent()), now);
+        const Slept slept = waitReceiving(std::min(end, nextEvent()), now);
         if (slept != Slept::through)
             return slept == Slept::interrupted ? 0 : -1;
     }
@@ -131,24 +154,45 @@ int LcmpUdpEndpoint::takeTurn(int most) {
         fail("poll", "the endpoint is closed");
         return -1;
     }
+    const int handled = takeDatagrams(most);
+    sendOutbox();
+    return handled;
+}
+
+int LcmpUdpEndpoint::takeDatagrams(int most) {
     int handled = 0;
-    // Asks anew each time what was kept: the frame before may have sent a request.
+    bool drained = false;
     for (int turn = 0; turn < most && m_socket >= 0; ++turn) {
-        if (!m_kept.empty()) {
-            handleKept();
-            ++handled;
-            continue;
+        // Where one was, there may be many: the next are received together.
+        if (turn > 0 && !holdsDatagrams()) {
+            if (drained)
+                break;
+            drained = !m_inbox->fill(m_socket, most - turn, m_local.host == 0);
+            if (m_inbox->empty())
+                break;
         }
-        Datagram datagram;
-        const Taken taken = receive(datagram);
+        const Taken taken = takeNext();
         if (taken == Taken::failed)
             return -1;
         if (taken == Taken::nothing)
             break;
-        if (taken == Taken::datagram && handleReceived(datagram))
+        if (taken == Taken::datagram)
             ++handled;
     }
     return handled;
+}
+
+bool LcmpUdpEndpoint::holdsDatagrams() const { return !m_kept.empty() || !m_inbox->empty(); }
+
+// Handles the oldest of those at hand, or one from the socket.
+LcmpUdpEndpoint::Taken LcmpUdpEndpoint::takeNext() {
+    if (!m_kept.empty()) {
+        handleKept();
+        return Taken::datagram;
+    }
+    Datagram datagram;
+    const Taken taken = receive(datagram);
+    return taken == Taken::datagram && !handleReceived(datagram) ? Taken::dropped : taken;
 }
 
 int LcmpUdpEndpoint::onDeadline() {
@@ -157,8 +201,9 @@ int LcmpUdpEndpoint::onDeadline() {
         return -1;
     }
     int handled = 0;
-    for (; handled < maxFramesPerTurn && !m_kept.empty(); ++handled)
-        handleKept();
+    for (int turn = 0; turn < maxFramesPerTurn && holdsDatagrams(); ++turn)
+        handled += takeNext() == Taken::datagram ? 1 : 0;
+    sendOutbox();
     if (m_socket >= 0)
         runEventHandlerIfDue(Clock::now());
     return handled;
@@ -167,7 +212,7 @@ int LcmpUdpEndpoint::onDeadline() {
 int LcmpUdpEndpoint::millisecondsToDeadline() const {
     if (m_socket < 0)
         return -1;
-    return m_kept.empty() ? millisecondsUntil(nextEvent(), Clock::now()) : 0;
+    return holdsDatagrams() ? 0 : millisecondsUntil(nextEvent(), Clock::now());
 }
 
 void LcmpUdpEndpoint::frameReceived(const LcmpUdpAddress&, const char*, int) {}
@@ -176,7 +221,9 @@ LcmpUdpEndpoint::Taken LcmpUdpEndpoint::receive(Datagram& datagram) {
     if (m_receiveBuffer == nullptr)
         m_receiveBuffer.reset(new char[receiveBufferSize]);
     const lcmpudpdetail::Receipt receipt =
-        lcmpudpdetail::receiveDatagram(m_socket, m_receiveBuffer.get(), receiveBufferSize, m_local.host == 0);
+        m_inbox->empty() ? lcmpudpdetail::receiveDatagram(m_socket, m_receiveBuffer.get(), receiveBufferSize,
+                                                          m_local.host == 0)
+                         : m_inbox->take(m_receiveBuffer);
     if (receipt.error != 0)
         return receiveFailed(receipt.error);
     ++m_counters.received;
@@ -288,6 +335,26 @@ LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitUntil(Clock::time_point time, Clock:
         return Slept::through;
     fail("wait on " + lcmpUdpToText(m_local), error);
     return Slept::failed;
+}
+
+// A receive that blocks does in one call what a wait and a receive do in two, but how long it may take has to
+// be told to the socket before: so only where the wait is long, and seldom.
+LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitReceiving(Clock::time_point time, Clock::time_point now) {
+    const int left = millisecondsUntil(time, now);
+    if (!setBlockingTime(blockingTimeFor(left)))
+        return waitUntil(time, now);
+    const int error = m_inbox->await(m_socket, m_local.host == 0);
+    return error == EINTR ? Slept::interrupted : Slept::through;
+}
+
+// False: this wait is to be one of another kind.
+bool LcmpUdpEndpoint::setBlockingTime(int milliseconds) {
+    if (milliseconds == m_blockingTime)
+        return milliseconds != 0;
+    if (milliseconds == 0 || lcmpudpdetail::setBlockingTime(m_socket, milliseconds) != 0)
+        return false;
+    m_blockingTime = milliseconds;
+    return true;
 }
 
 bool LcmpUdpEndpoint::parsePeer(const char* what, const std::string& address, std::uint16_t port,

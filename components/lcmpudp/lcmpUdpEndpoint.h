@@ -37,6 +37,11 @@ struct LcmpUdpCounters {
     std::uint64_t receiveFailures = 0;  ///< Errors on receiving, passing ones (EINTR aside) included.
 };
 
+namespace lcmpudpdetail {
+class Inbox;
+class Outbox;
+}  // namespace lcmpudpdetail
+
 class LCMP_API LcmpUdpEndpoint : public LcmpProtocolBase {
 public:
     using Clock = std::chrono::steady_clock;
@@ -158,6 +163,9 @@ private:
     enum class Slept { through, interrupted, failed };
 
     int takeTurn(int most);
+    int takeDatagrams(int most);
+    bool holdsDatagrams() const;
+    Taken takeNext();
     Taken receive(Datagram& datagram);
     bool isTarget(const LcmpUdpAddress& peer) const;
     bool isAllowed(const Datagram& datagram) const;
@@ -171,6 +179,8 @@ private:
     bool runEventHandlerIfDue(Clock::time_point now);
     Clock::time_point nextEvent() const;
     Slept waitUntil(Clock::time_point time, Clock::time_point now);
+    Slept waitReceiving(Clock::time_point time, Clock::time_point now);
+    bool setBlockingTime(int milliseconds);
 
     bool sendAny(LCMPMessage* msg, Frame& frame);
     bool encode(const LCMPMessage& msg, Frame& frame);
@@ -184,6 +194,8 @@ private:
     bool sendResponseFrame(const LCMPMessage& msg, Frame& frame);
     bool sendEventFrame(const LCMPMessage& msg, Frame& frame);
     int transmit(const Frame& frame, const LcmpUdpAddress& to, std::uint32_t from);
+    void sendOutbox();
+    void countUnsent(const LcmpUdpAddress& to, int error);
 
     bool parsePeer(const char* what, const std::string& address, std::uint16_t port, LcmpUdpAddress& peer);
     bool fail(const std::string& attempt, const char* reason);
@@ -206,6 +218,9 @@ private:
     Buffer m_receiveBuffer;       // lent to the frame that is being handled
     Buffer m_sendBuffer;          // lent to the message that is being sent
     std::minstd_rand m_random;
+    std::unique_ptr<lcmpudpdetail::Inbox> m_inbox;    // received together, not yet handled
+    std::unique_ptr<lcmpudpdetail::Outbox> m_outbox;  // responses to such, not yet sent
+    int m_blockingTime = 0;                           // milliseconds, as the socket knows it
     std::string m_peerText;  // of the peer whose frame was handled last: it comes again
     std::uint32_t m_peerTextHost = 0;
 };

@@ -3,6 +3,7 @@
 #include <typeinfo>
 #include <utility>
 
+#include "detail/datagramBatch.h"
 #include "detail/frameHeader.h"
 #include "detail/udpExchange.h"
 #include "detail/udpSocket.h"
@@ -65,7 +66,13 @@ bool LcmpUdpEndpoint::sendResponseFrame(const LCMPMessage& msg, Frame& frame) {
     // Asked last: until here a hook may have closed the socket, and opened another that nobody asked.
     if (m_served == nullptr || m_served->closings != m_closings)
         return fail("response", "the peer that asked is out of reach");
-    return transmit(frame, m_served->peer, m_served->asked) == 0;
+    // With more frames at hand their responses go out together.
+    if (m_inbox->empty() && m_outbox->empty())
+        return transmit(frame, m_served->peer, m_served->asked) == 0;
+    m_outbox->add(frame.bytes.get(), frame.size, m_served->peer, m_served->asked);
+    if (m_inbox->empty() || m_outbox->full())
+        sendOutbox();
+    return true;
 }
 
 bool LcmpUdpEndpoint::sendEventFrame(const LCMPMessage& msg, Frame& frame) {
@@ -163,12 +170,24 @@ LcmpUdpEndpoint::Clock::duration LcmpUdpEndpoint::withJitter(Milliseconds wait) 
 }
 
 int LcmpUdpEndpoint::transmit(const Frame& frame, const LcmpUdpAddress& to, std::uint32_t from) {
+    sendOutbox();
     const int error = lcmpudpdetail::sendDatagram(m_socket, frame.bytes.get(), frame.size, to, from);
-    if (error == 0) {
+    if (error == 0)
         ++m_counters.sent;
-    } else {
-        ++m_counters.sendFailures;
-        fail("send to " + lcmpUdpToText(to), error);
-    }
+    else
+        countUnsent(to, error);
     return error;
+}
+
+void LcmpUdpEndpoint::sendOutbox() {
+    if (m_outbox->empty())
+        return;
+    const int sent =
+        m_outbox->send(m_socket, [this](const LcmpUdpAddress& to, int error) { countUnsent(to, error); });
+    m_counters.sent += static_cast<unsigned int>(sent);
+}
+
+void LcmpUdpEndpoint::countUnsent(const LcmpUdpAddress& to, int error) {
+    ++m_counters.sendFailures;
+    fail("send to " + lcmpUdpToText(to), error);
 }

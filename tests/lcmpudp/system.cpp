@@ -34,6 +34,14 @@ int realPoll(pollfd* sockets, nfds_t count, int milliseconds) {
     return real(sockets, count, milliseconds);
 }
 
+// How long a receive on this socket blocks, as the endpoint has told it.
+int blockingTime(int fileDescriptor) {
+    timeval time{};
+    socklen_t size = sizeof time;
+    EXPECT_EQ(getsockopt(fileDescriptor, SOL_SOCKET, SO_RCVTIMEO, &time, &size), 0);
+    return static_cast<int>(time.tv_sec * 1000 + time.tv_usec / 1000);
+}
+
 int waitFrozen(System& system, pollfd* sockets, nfds_t count, int milliseconds) {
     const int ready = realPoll(sockets, count, 0);
     if (ready != 0)
@@ -47,6 +55,32 @@ int waitFrozen(System& system, pollfd* sockets, nfds_t count, int milliseconds) 
     return 0;
 }
 
+// A receive that blocks is a wait and a receive. 0: something is there now, or the time of the wait is over.
+int waitToReceive(System& system, int fileDescriptor) {
+    pollfd socket{fileDescriptor, POLLIN, 0};
+    const int milliseconds = blockingTime(fileDescriptor);
+    ++system.waits;
+    system.waitTimes.push_back(milliseconds);
+    const int error = takeError(system.waitErrors);
+    if (error != 0)
+        return error;
+    system.onWait();
+    const int ready = system.timeIsFrozen() ? waitFrozen(system, &socket, 1, milliseconds)
+                                            : realPoll(&socket, 1, milliseconds);
+    return ready < 0 ? errno : 0;
+}
+
+// What goes wrong before a receive is tried; 0: nothing.
+int beforeReceive(System& system, int fileDescriptor, int flags) {
+    ++system.receives;
+    const bool blocks = (flags & MSG_DONTWAIT) == 0;
+    const int waitError = blocks ? waitToReceive(system, fileDescriptor) : 0;
+    if (waitError != 0)
+        return waitError;
+    system.onReceive();
+    return takeError(system.receiveErrors);
+}
+
 }  // namespace
 
 // The endpoint's calls end here: a definition in the program comes before the C library's.
@@ -57,14 +91,12 @@ INTERPOSED ssize_t recvmsg(int fileDescriptor, msghdr* message, int flags) {
     System* const system = watching(fileDescriptor);
     if (system == nullptr)
         return real(fileDescriptor, message, flags);
-    ++system->receives;
-    system->onReceive();
-    const int error = takeError(system->receiveErrors);
+    const int error = beforeReceive(*system, fileDescriptor, flags);
     if (error != 0) {
         errno = error;
         return -1;
     }
-    const ssize_t received = real(fileDescriptor, message, flags);
+    const ssize_t received = real(fileDescriptor, message, flags | MSG_DONTWAIT);
     if (received >= 0 && system->cutsNextDatagram) {
         message->msg_flags |= MSG_TRUNC;
         system->cutsNextDatagram = false;
@@ -80,14 +112,12 @@ INTERPOSED ssize_t recvfrom(int fileDescriptor, void* buffer, std::size_t size, 
     System* const system = watching(fileDescriptor);
     if (system == nullptr)
         return real(fileDescriptor, buffer, size, flags, from, fromSize);
-    ++system->receives;
-    system->onReceive();
-    const int error = takeError(system->receiveErrors);
+    const int error = beforeReceive(*system, fileDescriptor, flags);
     if (error != 0) {
         errno = error;
         return -1;
     }
-    const ssize_t received = real(fileDescriptor, buffer, size, flags, from, fromSize);
+    const ssize_t received = real(fileDescriptor, buffer, size, flags | MSG_DONTWAIT, from, fromSize);
     if (received < 0 || !system->cutsNextDatagram)
         return received;
     system->cutsNextDatagram = false;
@@ -130,6 +160,33 @@ INTERPOSED ssize_t sendmsg(int fileDescriptor, const msghdr* message, int flags)
     system->onSent();
     errno = sendError;
     return sent;
+}
+
+// The calls for several datagrams: one after the other, each of them counted, up to the first that fails.
+
+namespace {
+
+template <typename Call>
+int oneByOne(mmsghdr* messages, unsigned int count, Call call) {
+    for (unsigned int i = 0; i < count; ++i) {
+        const ssize_t length = call(&messages[i].msg_hdr);
+        if (length < 0)
+            return i > 0 ? static_cast<int>(i) : -1;
+        messages[i].msg_len = static_cast<unsigned int>(length);
+    }
+    return static_cast<int>(count);
+}
+
+}  // namespace
+
+INTERPOSED int recvmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags, timespec*) {
+    return oneByOne(messages, count,
+                    [&](msghdr* message) { return recvmsg(fileDescriptor, message, flags); });
+}
+
+INTERPOSED int sendmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags) {
+    return oneByOne(messages, count,
+                    [&](msghdr* message) { return sendmsg(fileDescriptor, message, flags); });
 }
 
 // Under a name of its own here: the system's declaration says that nothing of the array is read.

@@ -40,12 +40,9 @@ inline char* putElementHead(char* buffer, int size, const ElementHead& head) {
 }
 
 /// Writes an element whose value is the low header.length bytes of a word, 1 to 8, and returns the number of
-/// bytes it takes. Stores eight value bytes whatever the length, so that none has to be told from another: 0,
-/// with nothing written, when there is no room for them.
-inline int putWordElement(char* buffer, int size, const TlvHeader& header, std::uint64_t word) {
+/// bytes it takes. Stores eight value bytes whatever the length, so that none has to be told from another.
+inline int putWordElement(char* buffer, const TlvHeader& header, std::uint64_t word) {
     constexpr int wordSize = 8;
-    if (size < tlvHeaderSize + wordSize)
-        return 0;
     putU64(putTlvHeader(buffer, header), word << (8 * (wordSize - header.length)));
     return tlvHeaderSize + header.length;
 }
