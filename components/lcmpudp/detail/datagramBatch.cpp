@@ -27,7 +27,7 @@ bool Inbox::fill(int fileDescriptor, int most, bool manyAddresses) {
         receiveDatagrams(fileDescriptor, places, m_bufferSize, wanted, manyAddresses, receipts);
     m_receipts.assign(receipts, receipts + received);
     m_next = 0;
-    return received == wanted && receipts[received - 1].error == 0;
+    return received == wanted || (received > 0 && receipts[received - 1].error != 0);
 }
 
 int Inbox::await(int fileDescriptor, bool manyAddresses) {

@@ -20,8 +20,8 @@ public:
     bool empty() const { return m_next == m_receipts.size(); }
     void clear() { m_next = m_receipts.size(); }
 
-    /// Receives what is there, at most `most`; the inbox is empty before. False: there were fewer, or an
-    /// error, which waits like a datagram.
+    /// Receives what is there, at most `most`; the inbox is empty before. An error waits like a datagram.
+    /// False: no more was there.
     bool fill(int fileDescriptor, int most, bool manyAddresses);
 
     /// Waits for one datagram as blockingReceive does; the inbox is empty before. Returns the error: EINTR,
