@@ -36,22 +36,6 @@ int millisecondsUntil(LcmpUdpEndpoint::Clock::time_point time, LcmpUdpEndpoint::
     return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX));
 }
 
-// How long a receive may block in a wait of `left` milliseconds (-1: for ever): a power of two, so that it
-// seldom changes; 0 where the system's ticks, by which it may come too late, would count.
-int blockingTimeFor(int left) {
-    constexpr int tick = 32;
-    constexpr int shortest = 128;
-    constexpr int longest = 1 << 20;
-    if (left < 0)
-        return longest;
-    if (left < shortest + tick)
-        return 0;
-    int time = shortest;
-    while (time < longest && 2 * time <= left - tick)
-        time *= 2;
-    return time;
-}
-
 // Puts a pointer back to what it was when the block ends, however it ends.
 template <typename T>
 class Restored {
@@ -88,7 +72,6 @@ bool LcmpUdpEndpoint::open(const std::string& address, std::uint16_t port) {
         return fail(opening.attempt + (' ' + lcmpUdpToText(wanted)), opening.error);
     m_socket = opening.fileDescriptor;
     m_local = opening.bound;
-    m_blockingTime = 0;
     return true;
 }
 
@@ -141,7 +124,7 @@ int LcmpUdpEndpoint::poll(Milliseconds timeout) {
         const bool ran = m_socket >= 0 && runEventHandlerIfDue(now);
         if (handled != 0 || ran || m_socket < 0 || now >= end)
             return handled;
-        const Slept slept = waitReceiving(std::min(end, nextEvent()), now);
+        const Slept slept = waitUntil(std::min(end, nextEvent()), now);
         if (slept != Slept::through)
             return slept == Slept::interrupted ? 0 : -1;
     }
@@ -335,26 +318,6 @@ LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitUntil(Clock::time_point time, Clock:
         return Slept::through;
     fail("wait on " + lcmpUdpToText(m_local), error);
     return Slept::failed;
-}
-
-// A receive that blocks does in one call what a wait and a receive do in two, but how long it may take has to
-// be told to the socket before: so only where the wait is long, and seldom.
-LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitReceiving(Clock::time_point time, Clock::time_point now) {
-    const int left = millisecondsUntil(time, now);
-    if (!setBlockingTime(blockingTimeFor(left)))
-        return waitUntil(time, now);
-    const int error = m_inbox->await(m_socket, m_local.host == 0);
-    return error == EINTR ? Slept::interrupted : Slept::through;
-}
-
-// False: this wait is to be one of another kind.
-bool LcmpUdpEndpoint::setBlockingTime(int milliseconds) {
-    if (milliseconds == m_blockingTime)
-        return milliseconds != 0;
-    if (milliseconds == 0 || lcmpudpdetail::setBlockingTime(m_socket, milliseconds) != 0)
-        return false;
-    m_blockingTime = milliseconds;
-    return true;
 }
 
 bool LcmpUdpEndpoint::parsePeer(const char* what, const std::string& address, std::uint16_t port,

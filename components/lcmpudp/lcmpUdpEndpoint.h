@@ -179,8 +179,6 @@ private:
     bool runEventHandlerIfDue(Clock::time_point now);
     Clock::time_point nextEvent() const;
     Slept waitUntil(Clock::time_point time, Clock::time_point now);
-    Slept waitReceiving(Clock::time_point time, Clock::time_point now);
-    bool setBlockingTime(int milliseconds);
 
     bool sendAny(LCMPMessage* msg, Frame& frame);
     bool encode(const LCMPMessage& msg, Frame& frame);
@@ -220,7 +218,6 @@ private:
     std::minstd_rand m_random;
     std::unique_ptr<lcmpudpdetail::Inbox> m_inbox;    // received together, not yet handled
     std::unique_ptr<lcmpudpdetail::Outbox> m_outbox;  // responses to such, not yet sent
-    int m_blockingTime = 0;                           // milliseconds, as the socket knows it
     std::string m_peerText;  // of the peer whose frame was handled last: it comes again
     std::uint32_t m_peerTextHost = 0;
 };

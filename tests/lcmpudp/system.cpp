@@ -34,14 +34,6 @@ int realPoll(pollfd* sockets, nfds_t count, int milliseconds) {
     return real(sockets, count, milliseconds);
 }
 
-// How long a receive on this socket blocks, as the endpoint has told it.
-int blockingTime(int fileDescriptor) {
-    timeval time{};
-    socklen_t size = sizeof time;
-    EXPECT_EQ(getsockopt(fileDescriptor, SOL_SOCKET, SO_RCVTIMEO, &time, &size), 0);
-    return static_cast<int>(time.tv_sec * 1000 + time.tv_usec / 1000);
-}
-
 int waitFrozen(System& system, pollfd* sockets, nfds_t count, int milliseconds) {
     const int ready = realPoll(sockets, count, 0);
     if (ready != 0)
@@ -55,28 +47,9 @@ int waitFrozen(System& system, pollfd* sockets, nfds_t count, int milliseconds) 
     return 0;
 }
 
-// A receive that blocks is a wait and a receive. 0: something is there now, or the time of the wait is over.
-int waitToReceive(System& system, int fileDescriptor) {
-    pollfd socket{fileDescriptor, POLLIN, 0};
-    const int milliseconds = blockingTime(fileDescriptor);
-    ++system.waits;
-    system.waitTimes.push_back(milliseconds);
-    const int error = takeError(system.waitErrors);
-    if (error != 0)
-        return error;
-    system.onWait();
-    const int ready = system.timeIsFrozen() ? waitFrozen(system, &socket, 1, milliseconds)
-                                            : realPoll(&socket, 1, milliseconds);
-    return ready < 0 ? errno : 0;
-}
-
 // What goes wrong before a receive is tried; 0: nothing.
-int beforeReceive(System& system, int fileDescriptor, int flags) {
+int beforeReceive(System& system) {
     ++system.receives;
-    const bool blocks = (flags & MSG_DONTWAIT) == 0;
-    const int waitError = blocks ? waitToReceive(system, fileDescriptor) : 0;
-    if (waitError != 0)
-        return waitError;
     system.onReceive();
     return takeError(system.receiveErrors);
 }
@@ -91,12 +64,12 @@ INTERPOSED ssize_t recvmsg(int fileDescriptor, msghdr* message, int flags) {
     System* const system = watching(fileDescriptor);
     if (system == nullptr)
         return real(fileDescriptor, message, flags);
-    const int error = beforeReceive(*system, fileDescriptor, flags);
+    const int error = beforeReceive(*system);
     if (error != 0) {
         errno = error;
         return -1;
     }
-    const ssize_t received = real(fileDescriptor, message, flags | MSG_DONTWAIT);
+    const ssize_t received = real(fileDescriptor, message, flags);
     if (received >= 0 && system->cutsNextDatagram) {
         message->msg_flags |= MSG_TRUNC;
         system->cutsNextDatagram = false;
@@ -112,12 +85,12 @@ INTERPOSED ssize_t recvfrom(int fileDescriptor, void* buffer, std::size_t size, 
     System* const system = watching(fileDescriptor);
     if (system == nullptr)
         return real(fileDescriptor, buffer, size, flags, from, fromSize);
-    const int error = beforeReceive(*system, fileDescriptor, flags);
+    const int error = beforeReceive(*system);
     if (error != 0) {
         errno = error;
         return -1;
     }
-    const ssize_t received = real(fileDescriptor, buffer, size, flags | MSG_DONTWAIT, from, fromSize);
+    const ssize_t received = real(fileDescriptor, buffer, size, flags, from, fromSize);
     if (received < 0 || !system->cutsNextDatagram)
         return received;
     system->cutsNextDatagram = false;

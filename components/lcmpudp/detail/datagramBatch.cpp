@@ -1,7 +1,6 @@
 #include "datagramBatch.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <utility>
 
 namespace lcmpudpdetail {
@@ -28,15 +27,6 @@ bool Inbox::fill(int fileDescriptor, int most, bool manyAddresses) {
     m_receipts.assign(receipts, receipts + received);
     m_next = 0;
     return received == wanted || (received > 0 && receipts[received - 1].error != 0);
-}
-
-int Inbox::await(int fileDescriptor, bool manyAddresses) {
-    const Receipt receipt = blockingReceive(fileDescriptor, bufferAt(0).get(), m_bufferSize, manyAddresses);
-    m_receipts.clear();
-    m_next = 0;
-    if (!isNothingThere(receipt.error) && receipt.error != EINTR)
-        m_receipts.push_back(receipt);
-    return receipt.error;
 }
 
 Receipt Inbox::take(Buffer& buffer) {

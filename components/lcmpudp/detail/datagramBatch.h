@@ -24,10 +24,6 @@ public:
     /// False: no more was there.
     bool fill(int fileDescriptor, int most, bool manyAddresses);
 
-    /// Waits for one datagram as blockingReceive does; the inbox is empty before. Returns the error: EINTR,
-    /// or isNothingThere when nothing came. Any other waits like a datagram, too.
-    int await(int fileDescriptor, bool manyAddresses);
-
     /// Takes the oldest out: its bytes change places with `buffer`, which may be null.
     Receipt take(Buffer& buffer);
 

@@ -77,7 +77,7 @@ const char* prepare(int fileDescriptor, const LcmpUdpAddress& address, LcmpUdpAd
 
 Opening openSocket(const LcmpUdpAddress& address) {
     Opening opening;
-    opening.fileDescriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    opening.fileDescriptor = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (opening.fileDescriptor < 0) {
         opening.error = errno;
         opening.attempt = "socket";
@@ -115,11 +115,11 @@ Receipt failedReceipt(int error) {
 }
 
 // The system tells the length that a datagram has, so that a cut one shows.
-Receipt receivePlainly(int fileDescriptor, char* buffer, std::size_t size, int flags) {
+Receipt receivePlainly(int fileDescriptor, char* buffer, std::size_t size) {
     sockaddr_in from{};
     socklen_t fromSize = sizeof from;
-    const ssize_t received = recvfrom(fileDescriptor, buffer, size, flags | MSG_TRUNC,
-                                      reinterpret_cast<sockaddr*>(&from), &fromSize);
+    const ssize_t received =
+        recvfrom(fileDescriptor, buffer, size, MSG_TRUNC, reinterpret_cast<sockaddr*>(&from), &fromSize);
     if (received < 0)
         return failedReceipt(errno);
     Receipt receipt;
@@ -172,20 +172,20 @@ Receipt receiptOf(msghdr& message, std::size_t size, bool manyAddresses) {
     return receipt;
 }
 
-Receipt receiveWithAskedAddress(int fileDescriptor, char* buffer, std::size_t size, int flags) {
+Receipt receiveWithAskedAddress(int fileDescriptor, char* buffer, std::size_t size) {
     Envelope envelope;
     msghdr message;
     envelope.addressReceive(message, buffer, size, true);
-    const ssize_t received = recvmsg(fileDescriptor, &message, flags);
+    const ssize_t received = recvmsg(fileDescriptor, &message, 0);
     if (received < 0)
         return failedReceipt(errno);
     return receiptOf(message, static_cast<std::size_t>(received), true);
 }
 
 // Control messages cost as much as the rest of the call, so they are left out where they tell nothing.
-Receipt receiveWith(int flags, int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses) {
-    return manyAddresses ? receiveWithAskedAddress(fileDescriptor, buffer, size, flags)
-                         : receivePlainly(fileDescriptor, buffer, size, flags);
+Receipt receiveOnce(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses) {
+    return manyAddresses ? receiveWithAskedAddress(fileDescriptor, buffer, size)
+                         : receivePlainly(fileDescriptor, buffer, size);
 }
 
 }  // namespace
@@ -193,20 +193,9 @@ Receipt receiveWith(int flags, int fileDescriptor, char* buffer, std::size_t siz
 Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses) {
     Receipt receipt;
     do {
-        receipt = receiveWith(MSG_DONTWAIT, fileDescriptor, buffer, size, manyAddresses);
+        receipt = receiveOnce(fileDescriptor, buffer, size, manyAddresses);
     } while (receipt.error == EINTR);
     return receipt;
-}
-
-Receipt blockingReceive(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses) {
-    return receiveWith(0, fileDescriptor, buffer, size, manyAddresses);
-}
-
-int setBlockingTime(int fileDescriptor, int milliseconds) {
-    timeval time{};
-    time.tv_sec = milliseconds / 1000;
-    time.tv_usec = milliseconds % 1000 * 1000;
-    return setsockopt(fileDescriptor, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time) != 0 ? errno : 0;
 }
 
 int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to,
@@ -215,14 +204,14 @@ int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const L
     if (from == 0) {
         const sockaddr_in receiver = toSystem(to);
         sent = uninterrupted([&] {
-            return sendto(fileDescriptor, data, size, MSG_DONTWAIT,
-                          reinterpret_cast<const sockaddr*>(&receiver), sizeof receiver);
+            return sendto(fileDescriptor, data, size, 0, reinterpret_cast<const sockaddr*>(&receiver),
+                          sizeof receiver);
         });
     } else {
         Envelope envelope;
         msghdr message;
         envelope.addressSend(message, {data, size, to, from});
-        sent = uninterrupted([&] { return sendmsg(fileDescriptor, &message, MSG_DONTWAIT); });
+        sent = uninterrupted([&] { return sendmsg(fileDescriptor, &message, 0); });
     }
     return sent < 0 ? errno : 0;
 }
@@ -235,9 +224,8 @@ std::size_t receiveDatagrams(int fileDescriptor, char* const* buffers, std::size
     mmsghdr messages[batchSize];
     for (std::size_t i = 0; i < count; ++i)
         envelopes[i].addressReceive(messages[i].msg_hdr, buffers[i], size, manyAddresses);
-    const ssize_t received = uninterrupted([&] {
-        return recvmmsg(fileDescriptor, messages, static_cast<unsigned int>(count), MSG_DONTWAIT, nullptr);
-    });
+    const ssize_t received = uninterrupted(
+        [&] { return recvmmsg(fileDescriptor, messages, static_cast<unsigned int>(count), 0, nullptr); });
     if (received < 0) {
         receipts[0] = failedReceipt(errno);
         return isNothingThere(receipts[0].error) ? 0 : 1;
@@ -253,7 +241,7 @@ int sendDatagrams(int fileDescriptor, const Shipment* shipments, std::size_t cou
     for (std::size_t i = 0; i < count; ++i)
         envelopes[i].addressSend(messages[i].msg_hdr, shipments[i]);
     const ssize_t sent = uninterrupted(
-        [&] { return sendmmsg(fileDescriptor, messages, static_cast<unsigned int>(count), MSG_DONTWAIT); });
+        [&] { return sendmmsg(fileDescriptor, messages, static_cast<unsigned int>(count), 0); });
     error = sent < 0 ? errno : 0;
     return std::max(static_cast<int>(sent), 0);
 }

@@ -1,6 +1,5 @@
 // The system calls of the transport, each in one place. Errors come back as numbers of errno, 0 when all went
-// well. The socket blocks, but only awaitReadable and blockingReceive wait; they tell of EINTR, where the
-// others try again.
+// well; EINTR is seen by awaitReadable's caller only. Nothing here waits but awaitReadable.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +19,7 @@ struct Opening {
     LcmpUdpAddress bound;
 };
 
-/// A socket on this address. On all addresses it hears from each datagram which was meant.
+/// A non-blocking socket on this address. On all addresses it hears from each datagram which was meant.
 Opening openSocket(const LcmpUdpAddress& address);
 
 void closeSocket(int fileDescriptor);
@@ -36,12 +35,6 @@ struct Receipt {
 
 /// `manyAddresses`: the socket is bound to all addresses, and learns which was meant.
 Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses);
-
-/// Waits for a datagram as long as setBlockingTime said.
-Receipt blockingReceive(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses);
-
-/// How long a blocking receive waits at most; the system rounds it up to its own ticks.
-int setBlockingTime(int fileDescriptor, int milliseconds);
 
 /// Receives what is there into `count` buffers of `size` bytes each, at most batchSize, and returns how many
 /// receipts it has written. The last may tell an error; nothing there is none.
