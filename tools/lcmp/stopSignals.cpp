@@ -3,7 +3,9 @@
 #include <poll.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <array>
+#include <limits>
 
 namespace tool {
 namespace {
@@ -20,6 +22,17 @@ sigset_t stopSet() {
     for (const int signal : signals)
         sigaddset(&set, signal);
     return set;
+}
+
+// Where time_t has four bytes, a wait of more than 68 years ends early.
+timespec timespecOf(std::chrono::milliseconds duration) {
+    constexpr long long longest = std::numeric_limits<time_t>::max();
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
+    const std::chrono::nanoseconds rest = duration - seconds;
+    timespec split{};
+    split.tv_sec = static_cast<time_t>(std::min<long long>(seconds.count(), longest));
+    split.tv_nsec = static_cast<long>(rest.count());
+    return split;
 }
 
 }  // namespace
@@ -50,8 +63,7 @@ void StopSignals::waitReadable(int fileDescriptor, std::chrono::milliseconds tim
     for (const int signal : signals)
         sigdelset(&during, signal);
     if (!stopped()) {
-        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
-        const timespec limit = {seconds.count(), std::chrono::nanoseconds(timeout - seconds).count()};
+        const timespec limit = timespecOf(timeout);
         pollfd readable = {fileDescriptor, POLLIN, 0};
         ppoll(&readable, 1, timeout.count() < 0 ? nullptr : &limit, &during);
     }
