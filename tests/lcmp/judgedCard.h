@@ -91,8 +91,10 @@ public:
             case BOOLEAN:
                 return new TypeProperty<bool>(idOf(variable), "truth", accessOf(variable), false);
             case STRING:
-                return new StringProperty(idOf(variable), "text", accessOf(variable), variable.value,
-                                          variable.takes ? new TextRule(variable.takes) : nullptr, true);
+                return withRule<TextRule>(variable, [&](TextRule* rule) {
+                    return new StringProperty(idOf(variable), "text", accessOf(variable), variable.value,
+                                              rule, true);
+                });
             case IPv4ADDRESS:
                 return new IpAddressProperty(idOf(variable), "address", accessOf(variable), 0U, true);
             case UNIX_TIME:
@@ -147,10 +149,9 @@ private:
     public:
         HeldArray(unsigned int id, const std::string& value)
             : ArrayProperty(id, "array", IFC_CARD_VAR_WRITABLE, true) {
-            if (value.empty())
-                return;
-            m_length = static_cast<unsigned int>(value.size());
-            m_buffer = static_cast<unsigned char*>(std::calloc(m_length, 1));
+            if (!value.empty())
+                m_buffer = static_cast<unsigned char*>(std::calloc(value.size(), 1));
+            m_length = m_buffer != nullptr ? static_cast<unsigned int>(value.size()) : 0;
         }
 
         int serialize(char* buffer, int size) override {
@@ -161,11 +162,21 @@ private:
         }
     };
 
+    /// A rule is its property's as soon as there is one.
+    template <typename Rule, typename Make>
+    static LcmpProperty* withRule(const Variable& variable, const Make& make) {
+        auto rule = variable.takes ? std::make_unique<Rule>(variable.takes) : nullptr;
+        LcmpProperty* property = make(rule.get());
+        rule.release();
+        return property;
+    }
+
     template <typename T>
     static LcmpProperty* numeric(const Variable& variable) {
         const auto def = static_cast<T>(number(variable.value, 0, variable.value.size()));
-        auto* rule = variable.takes ? new NumberRule<T>(variable.takes) : nullptr;
-        return new TypeProperty<T>(idOf(variable), "number", accessOf(variable), def, rule, true);
+        return withRule<NumberRule<T>>(variable, [&](NumberRule<T>* rule) {
+            return new TypeProperty<T>(idOf(variable), "number", accessOf(variable), def, rule, true);
+        });
     }
 };
 
@@ -174,9 +185,11 @@ class PlainCard : public LcmpProtocolBase {
 public:
     explicit PlainCard(const std::vector<Variable>& variables) {
         for (const Variable& variable : variables) {
-            LcmpProperty* property = JudgedProperty::make(variable);
-            EXPECT_TRUE(ownerOf(variable.oid).addProp(property, JudgedProperty::rowOf(variable.oid)));
-            m_properties[variable.oid] = property;
+            LcmpObject& owner = ownerOf(variable.oid);
+            std::unique_ptr<LcmpProperty> property(JudgedProperty::make(variable));
+            m_properties[variable.oid] = property.get();
+            EXPECT_TRUE(owner.addProp(property.get(), JudgedProperty::rowOf(variable.oid)));
+            property.release();
         }
         sent.reserve(70000);
     }
