@@ -57,9 +57,8 @@ enum class Stranger { refused, served, failing };
 /// The rules for a card that has had a request with message id 0.
 class WireRules {
 public:
-    explicit WireRules(const std::vector<Variable>& variables,
-                       std::function<Stranger(unsigned int)> strangers)
-        : m_strangers(std::move(strangers)) {
+    WireRules(const std::vector<Variable>& variables, Stranger (*strangers)(unsigned int oid))
+        : m_strangers(strangers) {
         for (const Variable& variable : variables)
             m_variables.emplace(variable.oid, variable);
     }
@@ -93,11 +92,12 @@ public:
     }
 
     /// Every value, in the order of the OIDs, as elements.
-    std::string values() const {
-        std::string all;
-        for (const auto& entry : m_variables)
-            appendElement(all, entry.second.oid, entry.second.type, entry.second.value);
-        return all;
+    const std::string& values() {
+        if (m_values.empty()) {
+            for (const auto& entry : m_variables)
+                appendElement(m_values, entry.second.oid, entry.second.type, entry.second.value);
+        }
+        return m_values;
     }
 
     const std::map<unsigned int, Variable>& variables() const { return m_variables; }
@@ -125,6 +125,11 @@ private:
         appendNumber(data, result, 1);
         appendNumber(data, static_cast<unsigned int>(index), 2);
         return data;
+    }
+
+    void store(Variable& variable, Bytes value) {
+        variable.value = value;
+        m_values.clear();
     }
 
     Variable* find(unsigned int oid) {
@@ -198,7 +203,7 @@ private:
     std::string answerToWrite(Bytes frame, const Walk& walk, unsigned int noticed) {
         for (const Received& element : walk.elements) {
             if (Variable* variable = find(element.oid))
-                variable->value = element.value;
+                store(*variable, element.value);
             else if (m_strangers(element.oid) == Stranger::failing)
                 return answer(frame, 12);
         }
@@ -222,7 +227,7 @@ private:
         for (const Received& element : walk.elements) {
             Variable* variable = find(element.oid);
             if (variable != nullptr && faultOfShape(*variable, element) == 0)
-                variable->value = element.value;
+                store(*variable, element.value);
             else
                 all = false;
         }
@@ -230,6 +235,7 @@ private:
     }
 
     std::map<unsigned int, Variable> m_variables;
-    std::function<Stranger(unsigned int)> m_strangers;
+    Stranger (*m_strangers)(unsigned int oid);
     unsigned int m_lastId = 0;  // of the last request
+    std::string m_values;       // as elements; empty when they have changed
 };
