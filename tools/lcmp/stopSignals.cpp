@@ -4,6 +4,11 @@
 #include <signal.h>
 
 #include <array>
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "exitStatus.h"
 
 namespace tool {
 namespace {
@@ -22,6 +27,19 @@ sigset_t stopSet() {
     return set;
 }
 
+[[noreturn]] void fail(const std::string& attempt, int error) {
+    throw Failure(ExitStatus::localFailure, attempt + ": " + std::strerror(error));
+}
+
+// The error, or 0 also when a signal ended the wait.
+int waitWith(const sigset_t& mask, int fileDescriptor, std::chrono::milliseconds timeout) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
+    const timespec limit = {seconds.count(), std::chrono::nanoseconds(timeout - seconds).count()};
+    pollfd readable = {fileDescriptor, POLLIN, 0};
+    const bool failed = ppoll(&readable, 1, timeout.count() < 0 ? nullptr : &limit, &mask) < 0;
+    return failed && errno != EINTR ? errno : 0;
+}
+
 }  // namespace
 
 StopSignals::StopSignals() {
@@ -29,8 +47,10 @@ StopSignals::StopSignals() {
     struct sigaction action = {};
     action.sa_handler = onStopSignal;
     action.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (const int signal : signals)
-        sigaction(signal, &action, nullptr);
+    for (const int signal : signals) {
+        if (sigaction(signal, &action, nullptr) != 0)
+            fail("catch signals", errno);
+    }
 }
 
 StopSignals::~StopSignals() {
@@ -49,13 +69,10 @@ void StopSignals::waitReadable(int fileDescriptor, std::chrono::milliseconds tim
     sigset_t during = before;
     for (const int signal : signals)
         sigdelset(&during, signal);
-    if (!stopped()) {
-        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
-        const timespec limit = {seconds.count(), std::chrono::nanoseconds(timeout - seconds).count()};
-        pollfd readable = {fileDescriptor, POLLIN, 0};
-        ppoll(&readable, 1, timeout.count() < 0 ? nullptr : &limit, &during);
-    }
+    const int error = stopped() ? 0 : waitWith(during, fileDescriptor, timeout);
     sigprocmask(SIG_SETMASK, &before, nullptr);
+    if (error != 0)
+        fail("wait for datagrams", error);
 }
 
 }  // namespace tool
