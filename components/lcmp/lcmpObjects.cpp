@@ -31,8 +31,11 @@ unsigned int lcmpdetail::objectsDestroyed = 0;
 
 LcmpObject::~LcmpObject() {
     ++objectsDestroyed;
-    for (LcmpProperty* property : getProperties())
-        delete property;
+    // Not by a list of them: there may be no memory for it.
+    for (const auto& row : m_rows) {
+        for (const auto& entry : *row)
+            delete entry.second;
+    }
 }
 
 bool LcmpObject::update(LcmpProperty* /*property*/, unsigned int /*row*/) { return true; }
@@ -87,9 +90,11 @@ bool LcmpObject::addProp(LcmpProperty* property, unsigned int row) {
         LCMP_ERROR("[%s] Property %d already added", m_name.c_str(), property->m_id);
         return false;
     }
-    property->m_row = row;
+    // What may lack memory comes first: a property that was not added has left no trace.
+    m_index->makeRoom(property->m_id);
     properties.emplace(property->m_id, property);
     m_index->add(property, property->m_id, row);
+    property->m_row = row;
     LCMP_DEBUG3("[%s] Property %d added for row %d", m_name.c_str(), property->m_id, row);
     property->m_owner = this;
     if (property->m_eventPending)
@@ -156,12 +161,16 @@ std::vector<LcmpProperty*> LcmpObject::getProperties() const {
 
 std::vector<LcmpProperty*> LcmpObject::getPropertiesToEvent() const {
     std::vector<LcmpProperty*> properties;
-    m_changedRows->take([this, &properties](std::size_t row) {
+    m_changedRows->visit([this, &properties](std::size_t row) {
         for (const auto& entry : *m_rows[row]) {
-            if (entry.second->sendEvent())
+            if (entry.second->m_eventPending)
                 properties.push_back(entry.second);
         }
     });
+    // Only when all are listed: where memory is lacking, none of them is forgotten.
+    m_changedRows->clear();
+    for (LcmpProperty* property : properties)
+        property->sendEvent();
     return properties;
 }
 

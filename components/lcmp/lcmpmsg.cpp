@@ -173,9 +173,10 @@ unsigned int LCMPMessage::checkTlv(LcmpProperty& property, const ElementView& el
         return LcmpObjectId(element.header.oid).m_result;
     if (!write)
         return RESULT_OK;
-    if (tooShortFor(property, element))
-        return RESULT_WRONG_LEN;
-    return static_cast<unsigned int>(property.checkBuffer(element.begin, true));
+    // Identity and type are told before the length; the value is looked at only where the frame has it whole.
+    const bool wholeValue = !tooShortFor(property, element);
+    const auto result = static_cast<unsigned int>(property.checkBuffer(element.begin, wholeValue));
+    return result == RESULT_OK && !wholeValue ? RESULT_WRONG_LEN : result;
 }
 
 bool LCMPMessage::deserializeTlvs(LcmpProtocolBase* endpoint) {

@@ -61,7 +61,8 @@ public:
     /// failed is in getLastError(), and the endpoint stays closed. An open one is closed first.
     bool open(const std::string& address, std::uint16_t port);
 
-    /// Closes the socket and forgets datagrams that were kept. Harmless when it is closed.
+    /// Closes the socket and forgets datagrams that were kept. Harmless when it is closed. What the system
+    /// says against closing is not told: the socket is gone all the same.
     void close();
 
     /// The address and port the socket is bound to; zeros when closed.

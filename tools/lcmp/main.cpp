@@ -1,6 +1,7 @@
 // lcmp: the command line of the protocol.
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <new>
 
 #include "nearestName.h"
 #include "verbs.h"
@@ -38,6 +39,8 @@ ExitStatus run(CLI::App& program, int argc, char** argv, const ExitStatus& statu
         return ExitStatus::done;
     } catch (const CLI::ParseError& error) {
         return reportUsage(program, argc > 1 ? argv[1] : "", error);
+    } catch (const std::bad_alloc&) {
+        return report(ExitStatus::localFailure, "out of memory");
     } catch (const std::exception& error) {
         return report(ExitStatus::localFailure, error.what());
     }

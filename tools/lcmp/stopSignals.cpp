@@ -5,7 +5,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <limits>
+#include <string>
+
+#include "exitStatus.h"
 
 namespace tool {
 namespace {
@@ -35,6 +40,18 @@ timespec timespecOf(std::chrono::milliseconds duration) {
     return split;
 }
 
+[[noreturn]] void fail(const std::string& attempt, int error) {
+    throw Failure(ExitStatus::localFailure, attempt + ": " + std::strerror(error));
+}
+
+// The error, or 0 also when a signal ended the wait.
+int waitWith(const sigset_t& mask, int fileDescriptor, std::chrono::milliseconds timeout) {
+    const timespec limit = timespecOf(timeout);
+    pollfd readable = {fileDescriptor, POLLIN, 0};
+    const bool failed = ppoll(&readable, 1, timeout.count() < 0 ? nullptr : &limit, &mask) < 0;
+    return failed && errno != EINTR ? errno : 0;
+}
+
 }  // namespace
 
 StopSignals::StopSignals() {
@@ -42,8 +59,10 @@ StopSignals::StopSignals() {
     struct sigaction action = {};
     action.sa_handler = onStopSignal;
     action.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (const int signal : signals)
-        sigaction(signal, &action, nullptr);
+    for (const int signal : signals) {
+        if (sigaction(signal, &action, nullptr) != 0)
+            fail("catch signals", errno);
+    }
 }
 
 StopSignals::~StopSignals() {
@@ -62,12 +81,10 @@ void StopSignals::waitReadable(int fileDescriptor, std::chrono::milliseconds tim
     sigset_t during = before;
     for (const int signal : signals)
         sigdelset(&during, signal);
-    if (!stopped()) {
-        const timespec limit = timespecOf(timeout);
-        pollfd readable = {fileDescriptor, POLLIN, 0};
-        ppoll(&readable, 1, timeout.count() < 0 ? nullptr : &limit, &during);
-    }
+    const int error = stopped() ? 0 : waitWith(during, fileDescriptor, timeout);
     sigprocmask(SIG_SETMASK, &before, nullptr);
+    if (error != 0)
+        fail("wait for datagrams", error);
 }
 
 }  // namespace tool

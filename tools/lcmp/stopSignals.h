@@ -18,7 +18,7 @@ public:
     bool stopped() const;
 
     /// Waits until the file descriptor is readable, a signal comes, or the time is over (negative: never). A
-    /// signal that came before ends the wait at once.
+    /// signal that came before ends the wait at once. A Failure when the system cannot wait.
     void waitReadable(int fileDescriptor, std::chrono::milliseconds timeout) const;
 };
 

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <limits>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -173,6 +174,12 @@ void Element::swap(Element& other) noexcept {
     std::swap(static_cast<lcmp_tlv&>(m_tlv), static_cast<lcmp_tlv&>(other.m_tlv));
 }
 
+// The library's element says only in a log line that there was no memory, and travels as zeros.
+void Element::requireValue() const {
+    if (m_tlv.val == nullptr && m_tlv.len != 0)
+        throw std::bad_alloc();
+}
+
 std::string Element::bytes() const {
     return m_tlv.val == nullptr ? std::string()
                                 : std::string(reinterpret_cast<const char*>(m_tlv.val), m_tlv.len);
@@ -196,6 +203,7 @@ bool takeElements(const char* frame, int size, int offset, std::vector<Element>&
             return false;
         Element element;
         offset += element.tlv().deserialize(frame + offset);
+        element.requireValue();
         elements.push_back(std::move(element));
     }
     return true;
@@ -216,7 +224,9 @@ LcmpTlvType parseType(const std::string& name) {
     refuse(quoted(name) + " is no type; there are " + all);
 }
 
-void parseValue(LcmpTlvType type, const std::string& text, Element& element) {
+namespace {
+
+void storeValue(LcmpTlvType type, const std::string& text, Element& element) {
     switch (type) {
         case UINT64:
             return setInteger<unsigned long long>(type, text, element);
@@ -252,8 +262,16 @@ void parseValue(LcmpTlvType type, const std::string& text, Element& element) {
     refuse("type " + std::to_string(type) + " is unknown");
 }
 
+}  // namespace
+
+void parseValue(LcmpTlvType type, const std::string& text, Element& element) {
+    storeValue(type, text, element);
+    element.requireValue();
+}
+
 void setPlaceholder(LcmpTlvType type, Element& element) {
     setBytes(type, std::string(lcmpTlvFixedWidth(type), '\0'), element);
+    element.requireValue();
 }
 
 std::string displayText(const Element& element) {

@@ -9,12 +9,12 @@
 
 namespace tool {
 
-/// One element that owns its value. A value type.
+/// One element that owns its value. A value type. Where memory is lacking for a value, std::bad_alloc.
 class Element {
 public:
     Element() = default;
     explicit Element(unsigned int oid) { m_tlv.id = oid; }
-    Element(const Element& other) = default;
+    Element(const Element& other) : m_tlv(other.m_tlv) { requireValue(); }
     Element(Element&& other) noexcept { swap(other); }
     Element& operator=(Element other) noexcept {
         swap(other);
@@ -27,6 +27,9 @@ public:
     unsigned int length() const { return m_tlv.len; }
     LCMPTlv& tlv() { return m_tlv; }
     const LCMPTlv& tlv() const { return m_tlv; }
+
+    /// Throws std::bad_alloc when the value that was given is not there.
+    void requireValue() const;
 
     /// The bytes of the value; none for an empty one.
     std::string bytes() const;

@@ -1,6 +1,7 @@
 // Which rows of an object may have a change to report, so that the others need not be looked at.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -17,21 +18,26 @@ public:
         m_words[row / rowsPerWord] |= std::uint64_t{1} << (row % rowsPerWord);
     }
 
-    /// Calls visit(row) for every row noted, ascending; each is forgotten before its visit.
+    /// Calls visit(row) for every row noted, ascending. Costs what the words of the rows cost, and nothing
+    /// when none was noted.
     template <typename Visit>
-    void take(Visit visit) {
+    void visit(Visit visit) const {
         if (!m_any)
             return;
-        m_any = false;
         for (std::size_t at = 0; at < m_words.size(); ++at) {
-            for (std::size_t row = at * rowsPerWord; m_words[at] != 0; ++row) {
-                const std::uint64_t bit = std::uint64_t{1} << (row % rowsPerWord);
-                if ((m_words[at] & bit) == 0)
-                    continue;
-                m_words[at] &= ~bit;
-                visit(row);
+            std::size_t row = at * rowsPerWord;
+            for (std::uint64_t bits = m_words[at]; bits != 0; bits >>= 1, ++row) {
+                if ((bits & 1) != 0)
+                    visit(row);
             }
         }
+    }
+
+    /// Forgets all rows.
+    void clear() {
+        if (m_any)
+            std::fill(m_words.begin(), m_words.end(), 0);
+        m_any = false;
     }
 
 private:
