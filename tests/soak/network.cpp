@@ -182,12 +182,12 @@ void Network::deliver() {
     const Arrival arrival = m_arrivals.back();
     m_arrivals.pop_back();
     m_time = std::max(m_time, arrival.due);
-    noteOrder(m_datagrams[arrival.place]);
     Socket* const receiver = socketAt(m_datagrams[arrival.place].to);
     if (receiver == nullptr) {
         m_free.push_back(arrival.place);
         return;
     }
+    noteOrder(*receiver, m_datagrams[arrival.place]);
     if (onArrival)
         onArrival(receiver->address, m_datagrams[arrival.place].bytes);
     receiver->inbox.push_back(arrival.place);
@@ -195,11 +195,10 @@ void Network::deliver() {
         receiver->server->onReadable();
 }
 
-void Network::noteOrder(const Datagram& datagram) {
-    std::uint64_t& latest = m_latest[{datagram.from.host, datagram.to.host}];
-    if (datagram.number < latest)
+void Network::noteOrder(Socket& receiver, const Datagram& datagram) {
+    if (datagram.number < receiver.latest)
         ++m_overtaken;
-    latest = std::max(latest, datagram.number);
+    receiver.latest = std::max(receiver.latest, datagram.number);
 }
 
 // The endpoints' calls end here: a definition in the program comes before the C library's.

@@ -6,9 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "faults.h"
@@ -47,7 +45,7 @@ public:
     Duration time() const { return m_time; }
     const FaultCounts& counts() const { return m_faults.counts(); }
 
-    /// Copies that arrived after one that was sent later, on the same way.
+    /// Copies that arrived at a socket after one that was sent to it later.
     std::uint64_t overtaken() const { return m_overtaken; }
 
     // ------------------------------------------------------------ what the system does for a socket
@@ -79,8 +77,9 @@ private:
         int fileDescriptor = -1;
         LcmpUdpAddress address;
         LcmpUdpEndpoint* server = nullptr;
-        std::uint64_t asked = 0;         // the request that it sends
-        std::uint64_t received = 0;      // the request of the datagram that it received last
+        std::uint64_t asked = 0;     // the request that it sends
+        std::uint64_t received = 0;  // the request of the datagram that it received last
+        std::uint64_t latest = 0;    // the number of the datagram that was sent last, of those that arrived
         std::vector<std::size_t> inbox;  // places in m_datagrams
     };
 
@@ -99,7 +98,7 @@ private:
     Socket* socketAt(const LcmpUdpAddress& address);
     std::size_t freePlace();
     void deliver();
-    void noteOrder(const Datagram& datagram);
+    void noteOrder(Socket& receiver, const Datagram& datagram);
 
     Faults m_faults;
     Duration m_time{std::chrono::hours(1)};
@@ -109,7 +108,5 @@ private:
     std::vector<Arrival> m_arrivals;  // a heap: the next on top
     std::uint64_t m_arrivalNumber = 0;
     std::uint64_t m_sent = 0;
-    std::map<std::pair<std::uint32_t, std::uint32_t>, std::uint64_t>
-        m_latest;  // by hosts: sent last, of the arrived
     std::uint64_t m_overtaken = 0;
 };
