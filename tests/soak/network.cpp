@@ -20,6 +20,10 @@ Network* current = nullptr;
 
 constexpr std::uint16_t firstFreePort = 40000;
 
+// More than are ever on their way at once, and longer than most.
+constexpr std::size_t usualPlaces = 512;
+constexpr std::size_t usualSize = 256;
+
 Network* owning(int fileDescriptor) {
     return current != nullptr && current->owns(fileDescriptor) ? current : nullptr;
 }
@@ -49,6 +53,13 @@ void toSystem(const LcmpUdpAddress& address, void* place, socklen_t* size) {
 Network::Network(const Faults& faults) : m_faults(faults) {
     if (current != nullptr)
         throw std::logic_error("there is a network already");
+    // All there will be, and touched: who watches the process's memory shall not see the network's.
+    m_datagrams.resize(usualPlaces);
+    for (std::size_t place = 0; place < usualPlaces; ++place) {
+        m_datagrams[place].bytes.assign(usualSize, '\0');
+        m_free.push_back(place);
+    }
+    m_arrivals.reserve(usualPlaces);
     current = this;
 }
 
@@ -79,6 +90,7 @@ bool Network::owns(int fileDescriptor) const {
 int Network::open() {
     Socket socket;
     socket.fileDescriptor = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    socket.inbox.reserve(usualPlaces);
     if (socket.fileDescriptor >= 0)
         m_sockets.push_back(socket);
     return socket.fileDescriptor;

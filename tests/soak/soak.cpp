@@ -5,6 +5,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <exception>
 #include <string>
 
@@ -51,6 +52,18 @@ void printPercent(const char* name, std::uint64_t part, std::uint64_t whole) {
     std::printf("  %-52s %12" PRIu64 "  %.1f %%\n", name, part, percent);
 }
 
+// A part of the soak: prints what it is and, in the end, how long it took.
+class Part {
+public:
+    explicit Part(const char* title) { std::printf("\n%s\n", title); }
+    ~Part() { printRow("seconds", static_cast<std::uint64_t>(std::time(nullptr) - m_begin)); }
+    Part(const Part&) = delete;
+    Part& operator=(const Part&) = delete;
+
+private:
+    std::time_t m_begin = std::time(nullptr);
+};
+
 void printFaults(const FaultCounts& counts) {
     printRow("datagrams sent", counts.datagrams);
     printPercent("  of them lost", counts.lost, counts.datagrams);
@@ -95,6 +108,7 @@ void reportMemory(const Memory& before, const Memory& after, const std::string& 
 }
 
 void soakRequests(const Options& options, Verdict& verdict) {
+    const Part part("In virtual time: 5 controllers, 2 cards");
     VirtualRun run({options.seed});
     run.ask(options.warmUp);
     run.settle();
@@ -103,7 +117,6 @@ void soakRequests(const Options& options, Verdict& verdict) {
     run.settle();
     const Memory after = memoryNow();
     run.verify();
-    std::printf("\nIn virtual time: 5 controllers, 2 cards\n");
     printTally(run.tally());
     printFaults(run.network().counts());
     printPercent("  copies that a later one has overtaken", run.network().overtaken(),
@@ -122,6 +135,7 @@ std::vector<std::string> originals() {
 }
 
 void soakHostile(const Options& options, Verdict& verdict) {
+    const Part part("Malformed datagrams: the golden frames, bent");
     HostileRun run(originals(), options.seed);
     run.send(options.warmUp);
     run.settle();
@@ -130,7 +144,6 @@ void soakHostile(const Options& options, Verdict& verdict) {
     run.settle();
     const Memory after = memoryNow();
     const HostileTally& tally = run.tally();
-    std::printf("\nMalformed datagrams: the golden frames, bent\n");
     printRow("malformed or refused", tally.malformed);
     printRow("  passed over in silence", tally.unanswered);
     printRow("left intact by bending, and served", tally.served);
@@ -142,9 +155,8 @@ void soakHostile(const Options& options, Verdict& verdict) {
 
 void soakSockets(const Options& options, Verdict& verdict) {
     constexpr unsigned int controllers = 32;
+    const Part part("Over sockets on loopback: 32 controllers and a card, each a process, and a proxy");
     const SocketRunResult result = playOverSockets({options.seed, options.overSockets, controllers, 1024});
-    std::printf("\nOver sockets on loopback: %u controllers and a card, each a process, and a proxy\n",
-                controllers);
     printTally(result.tally);
     printFaults(result.faults);
     judgeTally(result.tally, options.overSockets / controllers * controllers, "over sockets", verdict);
@@ -184,9 +196,10 @@ Options parse(int argc, char** argv) {
 bool soak(const Options& options) {
     Verdict verdict;
     std::printf("seed %" PRIu64 "\n", options.seed);
+    // First: its processes inherit what this one has heard of, and there is room for five peers.
+    soakSockets(options, verdict);
     soakRequests(options, verdict);
     soakHostile(options, verdict);
-    soakSockets(options, verdict);
     return verdict.isSound();
 }
 
