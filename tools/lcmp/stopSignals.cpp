@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <array>
 
 namespace tool {
@@ -23,6 +24,12 @@ sigset_t stopSet() {
 }
 
 }  // namespace
+
+std::chrono::milliseconds sooner(std::chrono::milliseconds one, std::chrono::milliseconds other) {
+    if (one.count() < 0 || other.count() < 0)
+        return std::max(one, other);
+    return std::min(one, other);
+}
 
 StopSignals::StopSignals() {
     signalCame = 0;
