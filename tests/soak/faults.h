@@ -13,8 +13,12 @@ public:
     explicit Chance(std::uint64_t seed) : m_engine(seed) {}
 
     /// From 0 to `end` - 1.
-    std::uint64_t below(std::uint64_t end) { return m_engine() % end; }
-    bool hits(unsigned int permille) { return below(1000) < permille; }
+    template <typename Number>
+    Number below(Number end) {
+        return static_cast<Number>(m_engine() % static_cast<std::uint64_t>(end));
+    }
+
+    bool hits(unsigned int permille) { return below(1000U) < permille; }
 
 private:
     std::mt19937_64 m_engine;

@@ -67,7 +67,7 @@ HostileFrames::HostileFrames(std::vector<std::string> originals, std::uint64_t s
 
 const std::string& HostileFrames::next() {
     m_frame = m_originals[m_chance.below(m_originals.size())];
-    for (std::uint64_t changes = 1 + m_chance.below(4); changes > 0; --changes)
+    for (int changes = 1 + m_chance.below(4); changes > 0; --changes)
         bend();
     m_frame.resize(std::min(m_frame.size(), longestFrame));
     return m_frame;

@@ -76,7 +76,7 @@ bool Requester::hasTheirValues(const std::vector<std::size_t>& rows) {
 }
 
 bool Requester::chooseRowsToWrite() {
-    const std::size_t wanted = 1 + m_chance.below(3);
+    const std::size_t wanted = 1 + m_chance.below(std::size_t{3});
     m_rows.clear();
     while (m_rows.size() < wanted && (m_ledger.lastWrite(m_nextRow) == Ledger::Time::min() ||
                                       Clock::now() - m_ledger.lastWrite(m_nextRow) >= m_spacing)) {
@@ -88,7 +88,7 @@ bool Requester::chooseRowsToWrite() {
 }
 
 void Requester::chooseRowsToRead() {
-    const std::size_t wanted = 1 + m_chance.below(3);
+    const std::size_t wanted = 1 + m_chance.below(std::size_t{3});
     m_rows.clear();
     while (m_rows.size() < wanted)
         m_rows.push_back(m_chance.below(m_ledger.size()));
