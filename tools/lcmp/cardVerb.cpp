@@ -8,6 +8,7 @@
 
 #include "duration.h"
 #include "lcmpUdpEndpoint.h"
+#include "peerNotices.h"
 #include "simulatedCard.h"
 #include "stopSignals.h"
 #include "target.h"
@@ -55,6 +56,28 @@ private:
     Clock::time_point m_last;
 };
 
+// A card's endpoint that says no more than it may about what is broken.
+class CardEndpoint : public LcmpUdpEndpoint {
+public:
+    void frameReceived(const LcmpUdpAddress&, const char* data, int size) override {
+        m_notices.frameReceived(data, size);
+    }
+
+    /// Handles what is there; false when the socket failed.
+    bool takeTurn() {
+        const bool works = onReadable() >= 0;
+        m_notices.turnOver(getCounters());
+        return works;
+    }
+
+    /// Until there is something to say; negative: nothing.
+    milliseconds untilNotice() const { return m_limit.left(); }
+
+private:
+    LimitedNotice m_limit{std::cerr};
+    PeerNotices m_notices{m_limit};
+};
+
 void addReceivers(const std::vector<std::string>& receivers, LcmpUdpEndpoint& endpoint) {
     for (const std::string& text : receivers) {
         const LcmpUdpAddress receiver = parseListenAddress("--events-to", text);
@@ -83,11 +106,11 @@ void announce(const LcmpUdpEndpoint& endpoint) {
         throw Failure(ExitStatus::localFailure, "standard output cannot be written");
 }
 
-void serve(LcmpUdpEndpoint& endpoint, SimulatedCard& card, milliseconds period, const StopSignals& stop) {
+void serve(CardEndpoint& endpoint, SimulatedCard& card, milliseconds period, const StopSignals& stop) {
     Pace pace(period);
     while (!stop.stopped()) {
-        stop.waitReadable(endpoint.getFileDescriptor(), pace.left());
-        if (endpoint.onReadable() < 0)
+        stop.waitReadable(endpoint.getFileDescriptor(), sooner(pace.left(), endpoint.untilNotice()));
+        if (!endpoint.takeTurn())
             throw Failure(ExitStatus::localFailure, endpoint.getLastError());
         const milliseconds passed = pace.take();
         if (passed.count() > 0) {
@@ -102,7 +125,7 @@ void runCard(const CardOptions& options) {
     const LcmpUdpAddress address = parseListenAddress("--listen", options.listen);
     const milliseconds period = parseDuration("--period", options.period);
     SimulatedCard card(options.seed);
-    LcmpUdpEndpoint endpoint;
+    CardEndpoint endpoint;
     card.registerWith(endpoint);
     addReceivers(options.receivers, endpoint);
     addAllowed(options.allowed, endpoint);

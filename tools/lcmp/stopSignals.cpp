@@ -54,6 +54,12 @@ int waitWith(const sigset_t& mask, int fileDescriptor, std::chrono::milliseconds
 
 }  // namespace
 
+std::chrono::milliseconds sooner(std::chrono::milliseconds one, std::chrono::milliseconds other) {
+    if (one.count() < 0 || other.count() < 0)
+        return std::max(one, other);
+    return std::min(one, other);
+}
+
 StopSignals::StopSignals() {
     signalCame = 0;
     struct sigaction action = {};

@@ -5,6 +5,9 @@
 
 namespace tool {
 
+/// The shorter of two waits, of which a negative one is for ever.
+std::chrono::milliseconds sooner(std::chrono::milliseconds one, std::chrono::milliseconds other);
+
 /// While it lives, SIGINT and SIGTERM are a wish to stop instead of the end of the process; the second one
 /// ends it as usual. One at a time in a process.
 class StopSignals {
