@@ -169,7 +169,7 @@ int LcmpUdpEndpoint::millisecondsToDeadline() const {
     return m_kept.empty() ? millisecondsUntil(nextEvent()) : 0;
 }
 
-void LcmpUdpEndpoint::frameReceived(const LcmpUdpAddress&, const char*, int) {}
+void LcmpUdpEndpoint::frameReceived(const LcmpUdpAddress& /*from*/, const char* /*data*/, int /*size*/) {}
 
 LcmpUdpEndpoint::Taken LcmpUdpEndpoint::receive(Datagram& datagram) {
     if (m_receiveBuffer == nullptr)

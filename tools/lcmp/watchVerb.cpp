@@ -35,7 +35,7 @@ public:
     void frameReceived(const LcmpUdpAddress& from, const char* data, int size) override {
         m_log.take(from, data, size);
     }
-    bool amiMessageHandler(std::vector<LcmpProperty*>) override { return true; }
+    bool amiMessageHandler(std::vector<LcmpProperty*> /*props*/) override { return true; }
 
 private:
     EventLog& m_log;

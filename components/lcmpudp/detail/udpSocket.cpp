@@ -119,6 +119,7 @@ Receipt receivePlainly(int fileDescriptor, char* buffer, std::size_t size) {
     return receipt;
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): recvmsg writes to it
 Receipt receiveWithAskedAddress(int fileDescriptor, char* buffer, std::size_t size) {
     sockaddr_in from{};
     Control control;
