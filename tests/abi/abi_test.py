@@ -22,14 +22,16 @@ class Abi(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         cls.addClassCleanup(folder.cleanup)
         cls.tree = pathlib.Path(folder.name) / "a tree"
-        for place in ["CMakeLists.txt", "cmake", "components", "scripts/abi", "tests/abi", "tests/structure/symbols.py"]:
+        for place in ["CMakeLists.txt", "cmake", "components", "scripts/abi", "tests/abi",
+                      "tests/structure/symbols.py"]:
             (cls.tree / place).parent.mkdir(parents=True, exist_ok=True)
             (shutil.copytree if (ROOT / place).is_dir() else shutil.copy)(ROOT / place, cls.tree / place)
 
     def abi(self, *arguments):
         """(exit status, what it printed); with the compiler's cache, which would know the tree by its path"""
         done = subprocess.run(
-            [self.tree / "scripts/abi", "--machine", "amd64", *arguments], capture_output=True, text=True, check=False,
+            [self.tree / "scripts/abi", "--machine", "amd64", *arguments],
+            capture_output=True, text=True, check=False,
             env={**os.environ, "CCACHE_BASEDIR": str(self.tree), "CCACHE_NOHASHDIR": "1"})
         return done.returncode, done.stdout + done.stderr
 
@@ -46,7 +48,8 @@ class Abi(unittest.TestCase):
         self.assertRegex(printed, r"\ncount: 2 libraries\n$")
 
     def test_another_virtual_operation_breaks_programs(self):
-        self.plant(ENDPOINT, "    virtual void frameReceived", "    virtual void planted() {}\n    virtual void frameReceived")
+        self.plant(ENDPOINT, "    virtual void frameReceived",
+                   "    virtual void planted() {}\n    virtual void frameReceived")
         status, printed = self.abi()
         self.assertEqual(status, 1, printed)
         self.assertRegex(printed, r"insertion|vtable")
