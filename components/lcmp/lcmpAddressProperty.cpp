@@ -31,6 +31,7 @@ MacAddressProperty::MacAddressProperty(unsigned int id, const char* name, IfcCar
     if (mac.empty())
         return;
     unsigned int field[macSize];
+    // NOLINTNEXTLINE(cert-err34-c): anything that begins with hexadecimal digits is a field, and wraps
     const int fields = std::sscanf(mac.c_str(), "%x:%x:%x:%x:%x:%x", &field[0], &field[1], &field[2],
                                    &field[3], &field[4], &field[5]);
     if (fields != static_cast<int>(macSize)) {

@@ -180,7 +180,8 @@ bool LcmpObject::updateAll() {
     return true;
 }
 
-void LcmpObject::setToDefault() {
+// The properties change, and they are the object's.
+void LcmpObject::setToDefault() {  // NOLINT(readability-make-member-function-const)
     for (LcmpProperty* property : getProperties())
         property->setToDefault();
 }

@@ -269,6 +269,9 @@ void LCMPMessage::removeProperty(const LcmpProperty* property) {
 
 LCMPRequest::LCMPRequest(const std::string& peer) : LCMPMessage(requestKind, commonHeaderSize, peer) {}
 
+// Not inline, so that the class's table of virtual operations stands in the library alone.
+LCMPRequest::~LCMPRequest() = default;
+
 LCMPResponse::LCMPResponse(const std::string& peer) : LCMPMessage(responseKind, responseHeaderSize, peer) {}
 
 int LCMPResponse::serializeSpecific(char* buf, int /*size*/) const {

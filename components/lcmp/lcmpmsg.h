@@ -137,6 +137,7 @@ private:
 class LCMP_API LCMPRequest : public LCMPMessage {
 public:
     explicit LCMPRequest(const std::string& peer = std::string());
+    ~LCMPRequest() override;
 };
 
 /// The answer to a request.

@@ -2,6 +2,8 @@
 
 #include <arpa/inet.h>
 
+#include <algorithm>
+
 namespace {
 
 constexpr unsigned int hostBits = 32;
@@ -79,9 +81,6 @@ bool LcmpUdpAllowList::add(const std::string& cidr) {
 }
 
 bool LcmpUdpAllowList::contains(std::uint32_t host) const {
-    for (const Block& block : m_blocks) {
-        if ((host & block.mask) == block.host)
-            return true;
-    }
-    return false;
+    return std::any_of(m_blocks.begin(), m_blocks.end(),
+                       [host](const Block& block) { return (host & block.mask) == block.host; });
 }

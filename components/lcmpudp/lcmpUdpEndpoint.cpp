@@ -198,7 +198,7 @@ int LcmpUdpEndpoint::millisecondsToDeadline() const {
     return holdsDatagrams() ? 0 : millisecondsUntil(nextEvent(), Clock::now());
 }
 
-void LcmpUdpEndpoint::frameReceived(const LcmpUdpAddress&, const char*, int) {}
+void LcmpUdpEndpoint::frameReceived(const LcmpUdpAddress& /*from*/, const char* /*data*/, int /*size*/) {}
 
 LcmpUdpEndpoint::Taken LcmpUdpEndpoint::receive(Datagram& datagram) {
     if (m_receiveBuffer == nullptr)

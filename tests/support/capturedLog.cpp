@@ -30,7 +30,7 @@ LogLine parse(int priority, const std::string& text) {
     return {priority,
             text.substr(1, tagEnd - 1),
             text.substr(tagEnd + 2, fileEnd - tagEnd - 2),
-            std::atoi(text.substr(fileEnd + 1, lineEnd - fileEnd - 1).c_str()),
+            std::stoi(text.substr(fileEnd + 1, lineEnd - fileEnd - 1)),
             text.substr(lineEnd + 2, operationEnd - lineEnd - 2),
             text.substr(operationEnd + 4)};
 }
@@ -57,8 +57,8 @@ extern "C" __attribute__((visibility("default"))) void syslog(int priority, cons
     va_end(arguments);
 }
 
-extern "C" __attribute__((visibility("default"))) void __syslog_chk(int priority, int, const char* format,
-                                                                    ...) {
+extern "C" __attribute__((visibility("default"))) void __syslog_chk(  // NOLINT(*reserved*,cert-dcl*)
+    int priority, int /*flag*/, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
     if (current != nullptr)

@@ -27,7 +27,7 @@ public:
     EventLog(std::ostream& out, std::ostream& diagnostics, Format format, unsigned long limit);
 
     /// A received datagram. The same datagram twice in a row is shown once.
-    void take(const LcmpUdpAddress& card, const char* frame, int size);
+    void take(const LcmpUdpAddress& address, const char* frame, int size);
 
     /// What is said on `diagnostics`.
     LimitedNotice& notices() { return m_notices; }

@@ -53,7 +53,7 @@ T valueOf(LcmpProperty& property) {
 }
 
 template <typename Row, std::size_t count>
-unsigned char countOf(const Row (&)[count]) {
+unsigned char countOf(const Row (&/*rows*/)[count]) {
     static_assert(count < 256, "the card counts its parts in one byte");
     return static_cast<unsigned char>(count);
 }

@@ -19,7 +19,7 @@ constexpr std::array<int, 2> signals = {SIGINT, SIGTERM};
 
 volatile sig_atomic_t signalCame = 0;
 
-extern "C" void onStopSignal(int) { signalCame = 1; }
+extern "C" void onStopSignal(int /*signal*/) { signalCame = 1; }
 
 sigset_t stopSet() {
     sigset_t set;

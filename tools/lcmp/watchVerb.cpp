@@ -46,7 +46,7 @@ public:
         return works;
     }
 
-    bool amiMessageHandler(std::vector<LcmpProperty*>) override { return true; }
+    bool amiMessageHandler(std::vector<LcmpProperty*> /*props*/) override { return true; }
 
 private:
     EventLog& m_log;
