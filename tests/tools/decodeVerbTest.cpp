@@ -51,8 +51,7 @@ Ended decode(const std::string& content, std::vector<std::string> options = {}) 
     const File file(content);
     options.insert(options.begin(), {"decode", file.path()});
     Ended ended = run(options);
-    const auto at = ended.err.find(file.path());
-    if (at != std::string::npos)
+    for (auto at = ended.err.find(file.path()); at != std::string::npos; at = ended.err.find(file.path()))
         ended.err.replace(at, file.path().size(), "FILE");
     return ended;
 }

@@ -61,12 +61,17 @@ class Fields:
         self.start = int(node.get("pos"))
         self.elements = [child for child in node if child.get("name") == "lcmp.element"]
         self.by_name = {}
-        for child in node.iter("field"):
-            name = child.get("name")
-            inside = any(child in element.iter() for element in self.elements)
-            if name.startswith("lcmp.") and child is not node and not inside:
-                assert name[5:] not in self.by_name, f"{name} twice"
-                self.by_name[name[5:]] = child
+        for child in node:
+            if child not in self.elements:
+                self._add(child)
+
+    def _add(self, node):
+        name = node.get("name")
+        if name.startswith("lcmp."):
+            assert name[5:] not in self.by_name, f"{name} twice"
+            self.by_name[name[5:]] = node
+        for child in node:
+            self._add(child)
 
     def __contains__(self, name):
         return name in self.by_name

@@ -112,9 +112,10 @@ void takeElementsOf(std::string_view bytes, Frame& frame) {
     const auto size = static_cast<int>(bytes.size());
     auto offset = static_cast<int>(frame.header.size);
     for (;;) {
-        FrameElement next{static_cast<std::size_t>(offset), {}, ""};
+        FrameElement next{static_cast<std::size_t>(offset), {}, "", ""};
         if (!takeElement(bytes.data(), size, offset, next.element))
             break;
+        next.bytes = bytes.substr(next.offset + elementHeader, next.element.length());
         next.fault = faultOfValue(frame.header, next.element);
         frame.elements.push_back(std::move(next));
     }

@@ -40,6 +40,7 @@ struct FrameHeader {
 struct FrameElement {
     std::size_t offset;
     Element element;
+    std::string bytes;  ///< Of the value as it travelled; the element's own may be filled up or turned round.
     std::string fault;  ///< "" or why the value cannot be one of its type; the frame goes on behind it.
 };
 

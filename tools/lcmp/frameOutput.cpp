@@ -126,7 +126,7 @@ struct Row {
 
 std::string valueText(const FrameElement& element, const KnownVariable& known) {
     if (!hasValue(element))
-        return hexText(element.element.bytes());
+        return hexText(element.bytes);
     std::string text = displayText(element.element);
     const std::string word = known.wordFor(element.element);
     if (!word.empty())
@@ -245,7 +245,7 @@ Json elementJson(const FrameElement& element) {
     if (hasValue(element))
         addJsonValue(element.element, object);
     else if (element.element.length() != 0)
-        object["bytes"] = hexText(element.element.bytes());
+        object["bytes"] = hexText(element.bytes);
     const std::string word = known.wordFor(element.element);
     if (!word.empty())
         object["word"] = word;
@@ -294,7 +294,7 @@ std::string elementFields(const FrameElement& element) {
     const Element& value = element.element;
     return std::to_string(element.offset) + ',' + oidText(value.oid()) + ',' +
            csvField(knownVariable(value.oid()).name) + ',' + typeText(value.type()) + ',' +
-           csvField(hasValue(element) ? plainText(value) : hexText(value.bytes())) + ',' +
+           csvField(hasValue(element) ? plainText(value) : hexText(element.bytes)) + ',' +
            csvField(element.fault);
 }
 
@@ -311,7 +311,7 @@ void printCsv(std::ostream& out, const Account& account) {
 
 void printValues(std::ostream& out, const Account& account) {
     for (const FrameElement& element : account.frame.elements)
-        out << (hasValue(element) ? plainText(element.element) : hexText(element.element.bytes())) << '\n';
+        out << (hasValue(element) ? plainText(element.element) : hexText(element.bytes)) << '\n';
 }
 
 class Printer {
