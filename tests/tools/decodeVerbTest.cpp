@@ -256,7 +256,7 @@ TEST(DecodeVerb, WhatCannotBeReadIsNamed) {
     const Ended text = decode("4F544E31\nhello\n");
     EXPECT_EQ(text.status, 1);
     EXPECT_EQ(text.out, "");
-    EXPECT_EQ(text.err, "lcmp: FILE:2: 'hello' is not bytes of two hexadecimal digits each\n");
+    EXPECT_EQ(text.err, "lcmp: FILE:2: \"hello\" is not bytes of two hexadecimal digits each\n");
     const Ended packed = decode("\x1F\x8B\x08");
     EXPECT_EQ(packed.status, 1);
     EXPECT_EQ(packed.err, "lcmp: FILE: compressed; give what gunzip makes of it\n");
@@ -288,6 +288,9 @@ TEST(DecodeVerb, WithoutAFileReadsStandardInput) {
 TEST(DecodeVerb, AnUnknownFormatOrPortIsUsage) {
     EXPECT_EQ(run({"decode", "-o", "xml"}).status, 2);
     EXPECT_EQ(run({"decode", "--port", "65536"}).status, 2);
+    const Ended ended = decode(writeOfFour, {"--port", "17470"});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.err, "lcmp: --port: FILE is no capture\n");
 }
 
 }  // namespace

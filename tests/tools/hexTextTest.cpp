@@ -101,9 +101,10 @@ struct Fault {
 
 TEST(HexText, WhatIsNoHexadecimalIsToldWithItsLine) {
     const Fault cases[] = {
-        {"4F54\n4E3", "1: frames.txt:2: '4E3' is not bytes of two hexadecimal digits each"},
-        {"# fine\n\nhello", "1: frames.txt:3: 'hello' is not bytes of two hexadecimal digits each"},
-        {"4F544E31 // magic", "1: frames.txt:1: '//' is not bytes of two hexadecimal digits each"},
+        {"4F54\n4E3", "1: frames.txt:2: \"4E3\" is not bytes of two hexadecimal digits each"},
+        {"# fine\n\nhello", "1: frames.txt:3: \"hello\" is not bytes of two hexadecimal digits each"},
+        {"4F544E31 // magic", "1: frames.txt:1: \"//\" is not bytes of two hexadecimal digits each"},
+        {"\x1B[2J", "1: frames.txt:1: \"\\x1b[2J\" is not bytes of two hexadecimal digits each"},
         {"00000000: 4f54\n00000010: 4e31\n",
          "1: frames.txt:2: the offset is 16, but 2 bytes are before it; dumps must be whole (hexdump -vC)"},
         {"00000000: 4f54\n*\n",

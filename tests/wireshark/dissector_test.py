@@ -5,6 +5,7 @@ usage: dissector_test.py [TESTS...], with LCMP_PROGRAM and LCMP_TSHARK in the en
 """
 import pathlib
 import random
+import re
 import subprocess
 import sys
 import tempfile
@@ -225,6 +226,15 @@ class Filters(Dissector):
             with self.subTest(wanted):
                 found = readers.tshark(path, self.folder, "-2", "-T", "fields", "-e", "frame.number", "-Y", wanted)
                 self.assertEqual([names[int(number) - 1] for number in found.split()], frames)
+
+
+class Fields(Dissector):
+    def test_the_document_lists_every_field_and_no_other(self):
+        registered = readers.tshark_says(self.folder, "-G", "fields")
+        known = {line.split("\t")[2] for line in registered.splitlines() if "\tlcmp." in line}
+        document = (readers.DISSECTOR.parent / "README.md").read_text(encoding="utf-8")
+        listed = re.findall(r"^\| `(lcmp[.\w]+)` \|", document, re.MULTILINE)
+        self.assertEqual(sorted(listed), sorted(known))
 
 
 class Names(Dissector):

@@ -108,6 +108,8 @@ private:
 
     // The magic is no hexadecimal: what begins with it is the frame itself.
     void takeText() {
+        if (m_options.port)
+            throw Failure(ExitStatus::usage, "--port: " + nameOf(m_options) + " is no capture");
         if (m_data.compare(0, frameMagic.size(), frameMagic) == 0)
             m_texts = {m_data};
         else

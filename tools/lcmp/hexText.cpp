@@ -60,6 +60,14 @@ std::optional<DumpLine> parseDumpLine(std::string_view line) {
     return DumpLine{*offset, line.substr(0, withColon ? line.find("  ") : line.find('|'))};
 }
 
+// A word of the text, which may be anything, with its control bytes escaped.
+std::string shown(const std::string& word) {
+    constexpr std::size_t longest = 40;
+    Element text;
+    text.tlv().setValue(word.substr(0, longest));
+    return displayText(text);
+}
+
 // A word of zeros may also stand alone before a comment: then it is bytes.
 bool beginsDump(const DumpLine& line) {
     return line.offset == 0 && !line.bytes.empty() && line.bytes[0] != '#';
@@ -134,7 +142,7 @@ private:
             const std::string word(takeWord(line, separators));
             const std::optional<std::string> bytes = parseHex(word);
             if (!bytes)
-                fail("'" + word.substr(0, 40) + "' is not bytes of two hexadecimal digits each");
+                fail(shown(word) + " is not bytes of two hexadecimal digits each");
             all += *bytes;
         }
         return all;
