@@ -257,6 +257,11 @@ TEST(DecodeVerb, WhatCannotBeReadIsNamed) {
     EXPECT_EQ(text.status, 1);
     EXPECT_EQ(text.out, "");
     EXPECT_EQ(text.err, "lcmp: FILE:2: \"hello\" is not bytes of two hexadecimal digits each\n");
+    EXPECT_EQ(decode(std::string("\x7F"
+                                 "ELF\0\0",
+                                 6))
+                  .err,
+              "lcmp: FILE: neither a pcap or pcapng capture nor text\n");
     const Ended packed = decode("\x1F\x8B\x08");
     EXPECT_EQ(packed.status, 1);
     EXPECT_EQ(packed.err, "lcmp: FILE: compressed; give what gunzip makes of it\n");

@@ -71,6 +71,27 @@ TEST(HexText, DumpsOfHexdumpAreRead) {
               (Frames{other, other}));
 }
 
+TEST(HexText, DumpsOfOdAreRead) {
+    EXPECT_EQ(read("000000 4f 54 4e 31 01 02 00 07 11 80 00 02 03 00 01 03\n000010\n"), Frames{one});
+}
+
+TEST(HexText, DumpsOfTsharkAreUnpacked) {
+    const std::string packet = hex(udpPacket(one));
+    EXPECT_EQ(read("0000  " + packet.substr(0, 48) + "  E...|...#...\n0010  " + packet.substr(48, 48) +
+                   "  .\n" + "0020  " + packet.substr(96) + "   ....\n"),
+              Frames{one});
+}
+
+TEST(HexText, DumpsOfWordsAreRefusedBecauseTheirByteOrderIsUnknown) {
+    EXPECT_EQ(complaintOf("0000000 544f 314e 0201 0700\n"),
+              "1: frames.txt:1: \"0000000\" is not bytes of two hexadecimal digits each");
+}
+
+TEST(HexText, ZerosInsideAFrameBeginNoDump) {
+    EXPECT_EQ(read("4F544E31 01 04 0007 00\n0000  03 04\n"),
+              Frames{bytes("4F544E31 01 04 0007 00 0000 03 04")});
+}
+
 // Lines of sixteen bytes, as tcpdump -x prints them.
 std::string tcpdumpOf(const std::string& packet) {
     std::string text = "22:13:20.000250 IP 10.0.0.1.1 > 10.0.0.2.2: UDP, length 16\n";

@@ -112,6 +112,8 @@ private:
             throw Failure(ExitStatus::usage, "--port: " + nameOf(m_options) + " is no capture");
         if (m_data.compare(0, frameMagic.size(), frameMagic) == 0)
             m_texts = {m_data};
+        else if (m_data.find('\0') != std::string::npos)
+            failToRead(nameOf(m_options), "neither a pcap or pcapng capture nor text");
         else
             m_texts = readHexText(m_data, nameOf(m_options));
         for (const std::string& text : m_texts)
@@ -167,7 +169,7 @@ void addDecodeVerb(CLI::App& program, ExitStatus& status) {
         "FILE is one of\n"
         "  a capture, pcap or pcapng: responses are shown with their requests and the time between them;\n"
         "  text: bytes in hexadecimal, '#' begins a comment, an empty line or a line that begins with the\n"
-        "  magic 4f544e31 begins the next frame; or what xxd, hexdump -vC or tcpdump -x print;\n"
+        "  magic 4f544e31 begins the next frame; or what xxd, hexdump -vC, tcpdump -x or tshark -x print;\n"
         "  the bytes of one frame.\n"
         "A broken frame is explained up to where it breaks; the status is then 6. In front of each element "
         "stands\n"

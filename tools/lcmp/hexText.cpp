@@ -1,5 +1,6 @@
 #include "hexText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 
@@ -40,11 +41,20 @@ std::optional<std::size_t> parseOffset(std::string_view digits) {
     return offset;
 }
 
-// One line of a dump: "00000010: 4f54 4e31  OTN1", "00000010  4f 54  |OT|", "0x0010:  4f54".
+// One line of a dump: "00000010: 4f54 4e31  OTN1", "0x0010:  4f54", "00000010  4f 54  |OT|", "0010  4f 54
+// OT", "000010 4f 54".
 struct DumpLine {
     std::size_t offset;
     std::string_view bytes;
 };
+
+// Words of two bytes may be of either byte order there, so only single bytes are taken.
+bool isBehindOffset(std::string_view rest) {
+    return rest.empty() || rest.substr(0, 2) == "  " ||
+           (rest.size() > 2 && (rest.size() == 3 || blanks.find(rest[3]) != std::string_view::npos));
+}
+
+std::size_t endOfBytes(std::string_view line) { return std::min(line.find('|'), line.find("   ")); }
 
 std::optional<DumpLine> parseDumpLine(std::string_view line) {
     line = trimmed(line);
@@ -54,10 +64,10 @@ std::optional<DumpLine> parseDumpLine(std::string_view line) {
         return std::nullopt;
     line.remove_prefix(end == std::string_view::npos ? line.size() : end);
     const bool withColon = !line.empty() && line[0] == ':';
-    if (!withColon && !line.empty() && line.substr(0, 2) != "  ")
+    if (!withColon && !isBehindOffset(line))
         return std::nullopt;
     line = trimmed(withColon ? line.substr(1) : line);
-    return DumpLine{*offset, line.substr(0, withColon ? line.find("  ") : line.find('|'))};
+    return DumpLine{*offset, line.substr(0, withColon ? line.find("  ") : endOfBytes(line))};
 }
 
 // A word of the text, which may be anything, with its control bytes escaped.
@@ -112,7 +122,7 @@ private:
         if (trimmed(line).empty() || isCaption(line))
             return endFrame();
         const std::optional<DumpLine> dump = parseDumpLine(line);
-        if (dump && (m_isDump || beginsDump(*dump)))
+        if (dump && (m_isDump || (m_bytes.empty() && beginsDump(*dump))))
             return readDumpLine(*dump);
         if (m_isDump)
             fail("this is no line of a dump; dumps must be whole (hexdump -vC)");
