@@ -210,8 +210,9 @@ local function link(pinfo, action, message_id)
 end
 
 local function duration(seconds)
-    local nanoseconds = math.floor(seconds * 1e9 + 0.5)
-    return NSTime.new(math.floor(nanoseconds / 1e9), nanoseconds % 1e9)
+    local sign = seconds < 0 and -1 or 1
+    local nanoseconds = math.floor(math.abs(seconds) * 1e9 + 0.5)
+    return NSTime.new(sign * math.floor(nanoseconds / 1e9), sign * (nanoseconds % 1e9))
 end
 
 local function show_links(pinfo, tree)
