@@ -6,6 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "lcmpResult.h"
+
 namespace tool {
 namespace {
 
@@ -38,15 +40,6 @@ Json outcomeJson(const std::string& card, const Variable& variable, const Outcom
         object["error"] = error;
     }
     return object;
-}
-
-std::string csvField(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos)
-        return text;
-    std::string field = "\"";
-    for (const char c : text)
-        field += c == '"' ? std::string("\"\"") : std::string(1, c);
-    return field + '"';
 }
 
 void printCsv(std::ostream& out, const std::string& card, const Variable& variable, const Outcome& outcome) {
@@ -88,6 +81,20 @@ void addJsonValue(const Element& element, Json& object) {
     object["value"] = jsonValue(element);
     if (element.type() == STRING && !isUtf8(element.bytes()))
         object["bytes"] = hexText(element.bytes());
+}
+
+std::string csvField(const std::string& text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos)
+        return text;
+    std::string field = "\"";
+    for (const char c : text)
+        field += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return field + '"';
+}
+
+std::string resultText(unsigned int result) {
+    const std::string name = lcmpResultName(result);
+    return name.empty() || name == "unknown" ? "RESULT " + std::to_string(result) : name;
 }
 
 void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAddress& card,

@@ -27,6 +27,12 @@ std::string jsonLine(const nlohmann::ordered_json& value);
 /// Adds "type" and "value" to a JSON object, and "bytes" in hexadecimal for a text that is no UTF-8.
 void addJsonValue(const Element& element, nlohmann::ordered_json& object);
 
+/// "RESULT WRONG VALUE"; "RESULT 16" where a code has no name.
+std::string resultText(unsigned int result);
+
+/// A field of a CSV line: in quotes where it needs them.
+std::string csvField(const std::string& text);
+
 /// Prints what became of the variables of one card. text: one line each that was done, "name = value unit".
 /// json and jsonl: every variable, with "value" or with "error". csv: the same with a heading. value: one
 /// line each, the bare value, empty where there is none.

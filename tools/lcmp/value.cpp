@@ -104,20 +104,6 @@ std::optional<char> takeByte(const std::string& text, std::size_t& position) {
     return static_cast<char>(high * 16 + low);
 }
 
-std::optional<std::string> parseHex(const std::string& text) {
-    std::string bytes;
-    std::size_t position = text.rfind("0x", 0) == 0 || text.rfind("0X", 0) == 0 ? 2 : 0;
-    while (position < text.size()) {
-        const std::optional<char> byte = takeByte(text, position);
-        if (!byte)
-            return std::nullopt;
-        bytes += *byte;
-        const bool between = position + 1 < text.size();
-        position += between && (text[position] == ' ' || text[position] == ':') ? 1 : 0;
-    }
-    return bytes;
-}
-
 std::string parseBytes(const std::string& text) {
     const std::optional<std::string> bytes = parseHex(text);
     if (!bytes)
@@ -192,21 +178,25 @@ std::string Element::wireForm() const {
     return wire;
 }
 
-bool takeElements(const char* frame, int size, int offset, std::vector<Element>& elements) {
-    while (offset < size) {
-        const int left = size - offset;
-        if (left < elementHeader)
-            return false;
-        const auto high = static_cast<unsigned char>(frame[offset + lengthOffset]);
-        const auto low = static_cast<unsigned char>(frame[offset + lengthOffset + 1]);
-        if (high * 256 + low > left - elementHeader)
-            return false;
-        Element element;
-        offset += element.tlv().deserialize(frame + offset);
-        element.requireValue();
-        elements.push_back(std::move(element));
-    }
+bool takeElement(const char* frame, int size, int& offset, Element& element) {
+    const int left = size - offset;
+    if (left < elementHeader)
+        return false;
+    const auto high = static_cast<unsigned char>(frame[offset + lengthOffset]);
+    const auto low = static_cast<unsigned char>(frame[offset + lengthOffset + 1]);
+    if (high * 256 + low > left - elementHeader)
+        return false;
+    element = Element();
+    offset += element.tlv().deserialize(frame + offset);
+    element.requireValue();
     return true;
+}
+
+bool takeElements(const char* frame, int size, int offset, std::vector<Element>& elements) {
+    Element element;
+    while (takeElement(frame, size, offset, element))
+        elements.push_back(std::move(element));
+    return offset == size;
 }
 
 bool hasLengthOfType(const Element& element) {
@@ -314,6 +304,20 @@ nlohmann::ordered_json jsonValue(const Element& element) {
         default:
             return plainText(element);
     }
+}
+
+std::optional<std::string> parseHex(const std::string& text) {
+    std::string bytes;
+    std::size_t position = text.rfind("0x", 0) == 0 || text.rfind("0X", 0) == 0 ? 2 : 0;
+    while (position < text.size()) {
+        const std::optional<char> byte = takeByte(text, position);
+        if (!byte)
+            return std::nullopt;
+        bytes += *byte;
+        const bool between = position + 1 < text.size();
+        position += between && (text[position] == ' ' || text[position] == ':') ? 1 : 0;
+    }
+    return bytes;
 }
 
 std::string hexText(const std::string& bytes) {

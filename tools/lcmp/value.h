@@ -2,6 +2,7 @@
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,10 @@ private:
     LCMPTlv m_tlv;
 };
 
+/// Takes the element at `offset` and moves `offset` behind it. False: there is none, or it runs past the end
+/// of the frame; nothing has moved.
+bool takeElement(const char* frame, int size, int& offset, Element& element);
+
 /// Appends the elements from `offset` to the end of a received frame. False: one of them runs past the end;
 /// those before it have been appended.
 bool takeElements(const char* frame, int size, int offset, std::vector<Element>& elements);
@@ -70,6 +75,9 @@ std::string plainText(const Element& element);
 
 /// The value for programs: numbers and booleans as such, everything else as plainText.
 nlohmann::ordered_json jsonValue(const Element& element);
+
+/// The bytes of "001bff", "00 1b ff", "00:1b:ff" or "0x001bff"; none if the text is something else.
+std::optional<std::string> parseHex(const std::string& text);
 
 /// The bytes in hexadecimal, "001bff".
 std::string hexText(const std::string& bytes);
