@@ -80,7 +80,8 @@ void writeTexts() {
     int index = 0;
     for (const char* text :
          {"control.bpClkRef", "temperature[2].value", "0x50c10005:UINT32", "1073741825", "contrl.bpClkRef",
-          "voltage.value", "0xC0000000", "control[1].guid", "temperature[99999].min", "download"})
+          "voltage.value", "0xC0000000", "control[1].guid", "temperature[16384].value",
+          "temperature[16383].value", "temperature[99999].min", "download"})
         write("names", "variable-" + std::to_string(index++), byte(2) + text);
     for (const char* text : {"192.0.2.1:17470", "localhost", "card.example:161", "10.0.0.1:0", ":1", "a:b:c"})
         write("names", "address-" + std::to_string(index++), byte(4) + text);
@@ -105,6 +106,9 @@ void writeValues() {
                                                  {5, "-2147483648"},
                                                  {6, "-32769"},
                                                  {7, "0x7f"},
+                                                 {7, "-128"},
+                                                 {7, "-129"},
+                                                 {7, "128"},
                                                  {8, "on"},
                                                  {8, "FALSE"},
                                                  {9, "text"},
@@ -127,6 +131,9 @@ void writeSessions() {
     for (unsigned int peer = 0; peer < 10; ++peer)
         peers += byte(peer) + record(read) + byte(peer) + record(next);
     write("serving", "peers", peers);
+    write("serving", "wrap",
+          byte(1) + byte(0) + record(readRequest(65535)) + byte(0) + record(readRequest(0)) + byte(0) +
+              record(readRequest(9)) + byte(0) + record(readRequest(10)));
     write("serving", "events",
           byte(1) + byte(0xC2) + byte(3) + byte(60) + byte(0xC0) + byte(7) + bigEndian(9, 4) + byte(0xC1) +
               byte(0xC3));

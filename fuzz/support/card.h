@@ -34,6 +34,7 @@ struct Manners {
 struct Variable {
     unsigned int oid;
     unsigned int type;
+    std::string head;  // both, as on the wire
     bool readOnly;
     bool eventable;
     std::string initial;                              // value and default at first, as on the wire

@@ -71,11 +71,21 @@ void tryReadingBack(const tool::Element& element) {
     FUZZ_REQUIRE(roundTrip, same, "read back it is another: " + text);
 }
 
+bool isPlainNumber(const std::string& text) {
+    const std::size_t sign = text[0] == '-' ? 1 : 0;
+    return text.size() > sign && text[sign] != '0' &&
+           text.find_first_not_of("0123456789", sign) == std::string::npos;
+}
+
+bool isNumber(unsigned int type) { return type <= INT8; }
+
 void tryTyping(unsigned int type, const std::string& text) {
     tool::Element element(1);
     if (!parses(static_cast<LcmpTlvType>(type % (MAC_ADDRESS + 1)), text, element))
         return;
     FUZZ_REQUIRE(textRefused, tool::hasLengthOfType(element), "a value of another length");
+    if (isNumber(element.type()) && isPlainNumber(text))
+        FUZZ_REQUIRE(roundTrip, tool::plainText(element) == text, "another number than " + text);
     tryPrinting(element);
     tryReadingBack(element);
 }
