@@ -62,6 +62,18 @@ def shown(path):
     return os.path.relpath(path, ROOT)
 
 
+def check_invariants():
+    """The numbers and names that the targets cite are those of the documents."""
+    def listed(path, pattern):
+        text = path.read_text(encoding="utf-8")
+        return [(number, name.lower()) for number, name in re.findall(pattern, text, re.MULTILINE)]
+
+    cited = listed(ROOT / "fuzz" / "support" / "invariants.h", r'Invariant \w+\{(\d+), "([^"]*)"\}')
+    for path in [ROOT / "fuzz" / "README.md", ROOT / "docs" / "security.md"]:
+        if path.exists() and listed(path, r"^(\d+)\. \*\*([^*]*)\.\*\*") != cited:
+            fail(f"the invariants of {shown(path)} are not those of fuzz/support/invariants.h")
+
+
 # ---------------------------------------------------------------- building
 
 def build(kind, programs, source=ROOT, folder=None):
@@ -358,6 +370,7 @@ def main(arguments):
     first = arguments[0] if arguments else ""
     if first.startswith("-") and first not in modes:
         fail(f"'{first}' is no option; see scripts/fuzz --help")
+    check_invariants()
     return modes[first](arguments[1:]) if first in modes else fuzz(arguments)
 
 
