@@ -85,7 +85,8 @@ def build(kind, programs, source=ROOT, folder=None):
     launcher = shutil.which("ccache")
     configure = ["cmake", "-S", source, "-B", folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=RelWithDebInfo",
                  # A planted fault may leave something unused; that is no fault that a target has to find.
-                 f"-DLCMP_WERROR={'ON' if source == ROOT else 'OFF'}", "-DLCMP_BUILD_FUZZ=ON", "-DLCMP_BUILD_TESTS=OFF", "-DLCMP_BUILD_EXAMPLES=OFF",
+                 f"-DLCMP_WERROR={'ON' if source == ROOT else 'OFF'}", "-DLCMP_BUILD_FUZZ=ON",
+                 "-DLCMP_BUILD_TESTS=OFF", "-DLCMP_BUILD_EXAMPLES=OFF",
                  *([f"-DCMAKE_CXX_COMPILER_LAUNCHER={launcher}"] if launcher else []), *CONFIGURATIONS[kind]]
     with open(folder / "build.log", "w", encoding="utf-8") as log:
         for command in [configure, ["cmake", "--build", folder, "--target", *programs]]:
@@ -133,7 +134,7 @@ def cause(log):
     """The line of a log that says what was wrong."""
     wrong = re.search(r"^.*(?:invariant \d+.*|runtime error: .*|ERROR: \w+Sanitizer: .*|ERROR: libFuzzer: .*)$", log,
                       re.MULTILINE)
-    return wrong[0].strip() if wrong else "it ended without saying why"
+    return wrong[0].strip()[:300] if wrong else "it ended without saying why"
 
 
 class Run:
@@ -267,7 +268,8 @@ def traced_lines(binaries):
             lines, functions = files.setdefault(name[1], ({}, []))
             for line, times in re.findall(r"^DA:(\d+),(\d+)", section, re.MULTILINE):
                 lines[int(line)] = max(lines.get(int(line), 0), int(times))
-            functions += [(int(line), mangled) for line, mangled in re.findall(r"^FN:(\d+),(\S+)", section, re.MULTILINE)]
+            functions += [(int(line), mangled)
+                          for line, mangled in re.findall(r"^FN:(\d+),(\S+)", section, re.MULTILINE)]
     return files
 
 
@@ -348,8 +350,13 @@ def minimise_one(job):
     fresh.mkdir(parents=True)
     folders = [folder for folder in [CORPUS / target, WORK / target, SEEDS / target] if folder.is_dir()]
     log = BUILD / f"{target}-minimise.log"
-    if engine_run(binaries / f"fuzz_{target}", target, 0, [fresh, *folders], FINDINGS, log, "-merge=1", "-use_counters=0") != 0:
+    status = engine_run(binaries / f"fuzz_{target}", target, 0, [fresh, *folders], FINDINGS, log, "-merge=1",
+                        "-use_counters=0")
+    if status != 0:
         fail(f"{target} cannot be minimised; {shown(log)} says why")
+    # What they show is an order of frames, which no line that is reached tells from another.
+    for session in (SEEDS / target).glob("session-*"):
+        shutil.copy(session, fresh)
     shutil.rmtree(CORPUS / target, ignore_errors=True)
     shutil.copytree(fresh, CORPUS / target)
     sizes = [path.stat().st_size for path in fresh.iterdir()]

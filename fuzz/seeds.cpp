@@ -123,28 +123,29 @@ void writeValues() {
         write("values", "type-" + std::to_string(index++), byte(2) + name);
 }
 
-// What one frame cannot show: numbering, several peers, events that go out by themselves, long requests.
+// What one frame cannot show, and no line that is reached tells: numbering, several peers, events that go out
+// by themselves, long requests.
 void writeSessions() {
     const std::string read = readRequest(7, {{0x11800002, 3}});
     const std::string next = readRequest(8, {{0x51404001, 5}});
     std::string peers = byte(1);
     for (unsigned int peer = 0; peer < 10; ++peer)
         peers += byte(peer) + record(read) + byte(peer) + record(next);
-    write("serving", "peers", peers);
-    write("serving", "wrap",
+    write("serving", "session-peers", peers);
+    write("serving", "session-wrap",
           byte(1) + byte(0) + record(readRequest(65535)) + byte(0) + record(readRequest(0)) + byte(0) +
               record(readRequest(9)) + byte(0) + record(readRequest(10)));
-    write("serving", "events",
+    write("serving", "session-events",
           byte(1) + byte(0xC2) + byte(3) + byte(60) + byte(0xC0) + byte(7) + bigEndian(9, 4) + byte(0xC1) +
               byte(0xC3));
     for (const unsigned int count : {0U, 1U, 150U, 151U})
-        write("requesting", "count-" + std::to_string(count),
+        write("requesting", "session-count-" + std::to_string(count),
               byte(1) + byte(2) + byte(0) + byte(count) + record(writeResponse(1, 0, 0)));
-    write("serving", "legacy",
+    write("serving", "session-legacy",
           byte(0x08) + byte(0) + record(readRequest(1, {{0x03800002, 9, "6162"}})) + byte(0) +
               record(writeRequest(2, {{0x03800002, 1, "01020304"}, {0x03800001, 1}})));
     const std::string longText(1190, 'x');
-    write("serving", "long",
+    write("serving", "session-long",
           byte(0) + byte(0) + record(writeRequest(1, {Element::holding(0x04800009, 9, longText)})) + byte(0) +
               record(readRequest(2, {{0x04800009, 9}})));
 }

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "detail/peerTable.h"
 #include "exactBuffer.h"
 #include "invariants.h"
 
@@ -248,7 +247,10 @@ bool Card::receive(const std::string& frame, const char* peer) {
 }
 
 void Card::forgetProcess() {
-    lcmpdetail::peerTable() = lcmpdetail::PeerTable();
+    const LCMPRequest first;
+    for (unsigned int i = 0; i < PeersAccount::followed; ++i)
+        checkMsgId(&first, Peer::of(i).name);
+    checkMsgId(&first, "");
     addToAmi(objects.front()->getProperties().front(), false);
     addToAmi(nullptr, true);
     forgetSent();
@@ -262,42 +264,35 @@ void Card::forgetSent() {
 // ---------------------------------------------------------------- peers
 
 Peer Peer::of(unsigned int number) {
-    static constexpr std::array<Peer, 10> peers = {{{"192.0.2.1", true},
-                                                    {"192.0.2.2", true},
-                                                    {"192.0.2.3", true},
-                                                    {"192.0.2.4", true},
-                                                    {"192.0.2.5", true},
-                                                    {"192.0.2.6", true},
-                                                    {"255.255.255.255", true},
-                                                    {"0.0.0.0", true},
-                                                    {nullptr, true},
-                                                    {"%s%n.example", false}}};
-    return peers[number % peers.size()];
+    static constexpr std::array<Peer, 7> peers = {{{"192.0.2.1", true},
+                                                   {"192.0.2.2", true},
+                                                   {"255.255.255.255", true},
+                                                   {"0.0.0.0", true},
+                                                   {"192.0.2.5", true},
+                                                   {nullptr, true},
+                                                   {"%s%n.example", false}}};
+    // Where a place stays free nobody may take it: it would be lost to the next input.
+    const unsigned int index = number % peers.size();
+    return peers[index == 4 ? PeersAccount::followed - 1 : index];
 }
 
-PeersAccount::Slot* PeersAccount::find(const std::string& peer) {
-    for (Slot& slot : m_slots) {
-        if (slot.address == peer)
-            return &slot;
-    }
-    return nullptr;
+unsigned int PeersAccount::followed = 4;
+
+PeersAccount::PeersAccount() {
+    for (unsigned int i = 0; i < followed; ++i)
+        m_slots[i].address = Peer::of(i).name;
 }
 
 unsigned int PeersAccount::take(const std::string& peer, bool isAddress, unsigned int id) {
     if (!isAddress)
         return 17;
-    Slot* slot = find(peer);
-    if (slot == nullptr) {
-        slot = find("");
-        if (slot == nullptr)
-            return 16;
-        slot->address = peer;
-    }
-    const bool first = !slot->seen;
+    const auto slot = std::find_if(m_slots.begin(), m_slots.end(),
+                                   [&peer](const Slot& candidate) { return candidate.address == peer; });
+    if (slot == m_slots.end())
+        return 16;
     const unsigned int before = slot->lastId;
-    slot->seen = true;
     slot->lastId = id;
-    if (first || ((before + 1) & 0xFFFF) == id)
+    if (((before + 1) & 0xFFFF) == id)
         return RESULT_OK;
     return before == id ? RESULT_DUPLICATE_MSG : RESULT_LOST_MSG;
 }

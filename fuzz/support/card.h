@@ -60,9 +60,9 @@ public:
     /// Hands over a received frame in a buffer of exactly its size.
     bool receive(const std::string& frame, const char* peer);
 
-    /// Back to what a process has when it starts: nobody has asked and no change waits to be sent.
+    /// What the process keeps is made what every input begins with: each peer that it follows has sent
+    /// message 0, and no change waits to be sent.
     void forgetProcess();
-
     void forgetSent();
 
     using LcmpProtocolBase::addToAmi;
@@ -94,19 +94,22 @@ private:
     bool m_inHook = false;
 };
 
-/// What the library knows of the peers that have sent requests.
+/// What the library knows of the peers that have sent requests. A process follows five and never forgets one,
+/// so a target settles with its first card who they are: all five, or four and a place that stays free.
 class PeersAccount {
 public:
+    static unsigned int followed;  // addresses: 4 or 5
+
+    PeersAccount();
+
     /// The message id's verdict, 0, 2, 3, 16 or 17; remembers it.
     unsigned int take(const std::string& peer, bool isAddress, unsigned int id);
 
 private:
     struct Slot {
         std::string address;
-        bool seen = false;
         unsigned int lastId = 0;
     };
-    Slot* find(const std::string& peer);
 
     std::vector<Slot> m_slots = std::vector<Slot>(5);
 };
@@ -159,7 +162,8 @@ private:
 
 constexpr std::size_t largestRead = 1200;
 
-/// Who sends: numbers 0 to 7 are addresses, more than the library follows; 8 is unknown, 9 is no address.
+/// Who sends: numbers 0 to 4 are addresses, of which the last is not always followed; 5 is unknown, 6 is no
+/// address.
 struct Peer {
     const char* name;  // as the transport tells it; null: unknown
     bool isAddress;

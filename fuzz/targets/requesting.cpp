@@ -166,6 +166,10 @@ private:
 
 }  // namespace
 
-void fuzz::prepare() { Card(Manners::of(0)).forgetProcess(); }
+// All the peers that a process follows are known: a reply that is a request comes from nobody of them.
+void fuzz::prepare() {
+    PeersAccount::followed = 5;
+    Card(Manners::of(0)).forgetProcess();
+}
 
 void fuzz::run(unsigned int mode, Input& input) { Session(mode).run(input); }
