@@ -138,6 +138,16 @@ void writeSessions() {
     write("serving", "session-events",
           byte(1) + byte(0xC2) + byte(3) + byte(60) + byte(0xC0) + byte(7) + bigEndian(9, 4) + byte(0xC1) +
               byte(0xC3));
+    // An OID with the bit that lookups ignore, and a legacy element that its application does not serve.
+    write("serving", "session-ignored-bit",
+          byte(1) + byte(0) + record(writeRequest(1, {{0x31800002, 3, "01"}})) + byte(0) +
+              record(readRequest(2, {{0x31800002, 3}})));
+    write("serving", "session-unserved",
+          byte(0x19) + byte(0) + record(readRequest(1, {{0x03800002, 9}, {0x03800004, 9}})) + byte(0) +
+              record(writeRequest(2, {{0x03800004, 9}})));
+    write("requesting", "session-asking-hook",
+          byte(0x44) + byte(0) + byte(0) + byte(0) +
+              record(readResponse(1, 0, 0, {{0x11800002, 3, "01"}, {0x11800001, 0, "0102030405060708"}})));
     for (const unsigned int count : {0U, 1U, 150U, 151U})
         write("requesting", "session-count-" + std::to_string(count),
               byte(1) + byte(2) + byte(0) + byte(count) + record(writeResponse(1, 0, 0)));

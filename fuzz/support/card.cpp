@@ -210,7 +210,7 @@ bool Card::sendMessage(LCMPMessage* msg) {
     sent.push_back(frame.str());
     sentTo.push_back(msg->getPeerAddress());
     if (dynamic_cast<LCMPRequest*>(msg) != nullptr)
-        replyBuffer = m_inHook ? readResponse(0, 0, 0) : reply;
+        replyBuffer = m_inHook ? writeResponse(0, 0, 0) + std::string(64, '*') : reply;
     return manners.sends;
 }
 

@@ -64,6 +64,7 @@ public:
         judge();
         store();
         encode(room);
+        missOne();
     }
 
 private:
@@ -138,6 +139,24 @@ private:
                      m_message.serialize(small.data(), small.size()) == 0 &&
                          m_message.serializeFrame(small.data(), small.size()) == 0,
                      "encoded into too little room");
+    }
+
+    // A property more than the frame has elements.
+    void missOne() {
+        OldStyleProperty* one = m_properties.empty() ? nullptr : m_properties.front().get();
+        if (one == nullptr || verdict(m_walk.elements.front(), true) != RESULT_OK)
+            return;
+        m_message.clearProperties();
+        for (std::size_t i = 0; i <= m_walk.elements.size(); ++i)
+            m_message.addProperty(one);
+        m_taker.taken = 0;
+        int index = -1;
+        FUZZ_REQUIRE(insideBuffers, m_message.checkTlvs(index, &m_taker) == RESULT_WRONG_LEN,
+                     "an element that is not there passes");
+        FUZZ_REQUIRE(insideBuffers, index == static_cast<int>(m_walk.elements.size()),
+                     "another one is missed");
+        FUZZ_REQUIRE(allOrNothing, !m_message.deserializeTlvs(&m_taker) && m_taker.taken == 0,
+                     "elements are stored though one is not there");
     }
 
     LCMPMessage& m_message;

@@ -65,9 +65,15 @@ public:
             holdText(bytes, type);
     }
 
-    void setText(const std::string& text) {
-        m_tlv.setValue(text);
-        holdText(text, STRING);
+    void setText(const std::string& text, unsigned int how) {
+        const std::string shown = upToNul(text);
+        if (how % 3 == 0)
+            m_tlv.setValue(text);
+        else if (how % 3 == 1)
+            m_tlv.setValue(text.data(), static_cast<int>(text.size()));
+        else
+            m_tlv.setValue(shown.c_str());
+        holdText(how % 3 == 2 ? shown : text, STRING);
     }
 
     /// Goes on as a copy of itself; the original is freed.
@@ -307,7 +313,7 @@ void step(Specimen& specimen, Input& input) {
         case 3:
             return specimen.setBytes(input.record(), type);
         case 4:
-            return specimen.setText(input.record());
+            return specimen.setText(input.record(), type);
         default:
             return specimen.becomeCopy();
     }
