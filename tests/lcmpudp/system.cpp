@@ -135,14 +135,18 @@ INTERPOSED ssize_t sendmsg(int fileDescriptor, const msghdr* message, int flags)
     return sent;
 }
 
-// The calls for several datagrams: one after the other, each of them counted, up to the first that fails.
+// The calls for several datagrams: one after the other, each of them counted, up to the first that fails. Its
+// error is told by the next call, when it is the first there.
 
 namespace {
 
+bool failsNext(const std::deque<int>& errors) { return !errors.empty() && errors.front() != 0; }
+
 template <typename Call>
-int oneByOne(mmsghdr* messages, unsigned int count, Call call) {
+int oneByOne(mmsghdr* messages, unsigned int count, const std::deque<int>* errors, Call call) {
     for (unsigned int i = 0; i < count; ++i) {
-        const ssize_t length = call(&messages[i].msg_hdr);
+        const bool toldLater = i > 0 && errors != nullptr && failsNext(*errors);
+        const ssize_t length = toldLater ? -1 : call(&messages[i].msg_hdr);
         if (length < 0)
             return i > 0 ? static_cast<int>(i) : -1;
         messages[i].msg_len = static_cast<unsigned int>(length);
@@ -153,12 +157,14 @@ int oneByOne(mmsghdr* messages, unsigned int count, Call call) {
 }  // namespace
 
 INTERPOSED int recvmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags, timespec*) {
-    return oneByOne(messages, count,
+    const System* const system = watching(fileDescriptor);
+    return oneByOne(messages, count, system != nullptr ? &system->receiveErrors : nullptr,
                     [&](msghdr* message) { return recvmsg(fileDescriptor, message, flags); });
 }
 
 INTERPOSED int sendmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags) {
-    return oneByOne(messages, count,
+    const System* const system = watching(fileDescriptor);
+    return oneByOne(messages, count, system != nullptr ? &system->sendErrors : nullptr,
                     [&](msghdr* message) { return sendmsg(fileDescriptor, message, flags); });
 }
 

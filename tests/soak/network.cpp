@@ -274,6 +274,47 @@ INTERPOSED ssize_t sendto(int fileDescriptor, const void* data, std::size_t size
     return static_cast<ssize_t>(size);
 }
 
+// The calls for several datagrams: one after the other, up to the first that fails.
+
+namespace {
+
+template <typename Call>
+int oneByOne(mmsghdr* messages, unsigned int count, Call call) {
+    for (unsigned int i = 0; i < count; ++i) {
+        const ssize_t length = call(messages[i].msg_hdr);
+        if (length < 0)
+            return i > 0 ? static_cast<int>(i) : -1;
+        messages[i].msg_len = static_cast<unsigned int>(length);
+    }
+    return static_cast<int>(count);
+}
+
+}  // namespace
+
+INTERPOSED int recvmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags,
+                        timespec* timeout) {
+    static const auto real = next<int(int, mmsghdr*, unsigned int, int, timespec*)>("recvmmsg");
+    if (owning(fileDescriptor) == nullptr)
+        return real(fileDescriptor, messages, count, flags, timeout);
+    return oneByOne(messages, count, [&](msghdr& message) {
+        const iovec& place = *message.msg_iov;
+        message.msg_flags = 0;
+        return recvfrom(fileDescriptor, place.iov_base, place.iov_len, flags,
+                        static_cast<sockaddr*>(message.msg_name), &message.msg_namelen);
+    });
+}
+
+INTERPOSED int sendmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags) {
+    static const auto real = next<int(int, mmsghdr*, unsigned int, int)>("sendmmsg");
+    if (owning(fileDescriptor) == nullptr)
+        return real(fileDescriptor, messages, count, flags);
+    return oneByOne(messages, count, [&](const msghdr& message) {
+        const iovec& place = *message.msg_iov;
+        return sendto(fileDescriptor, place.iov_base, place.iov_len, flags,
+                      static_cast<const sockaddr*>(message.msg_name), message.msg_namelen);
+    });
+}
+
 // Under a name of its own here: the system's declaration says that nothing of the array is read.
 INTERPOSED int pollOfTheNetwork(pollfd* sockets, nfds_t count, int milliseconds) __asm__("poll");
 

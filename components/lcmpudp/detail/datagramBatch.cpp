@@ -7,26 +7,18 @@ namespace lcmpudpdetail {
 
 // ---------------------------------------------------------------- in
 
-Inbox::Buffer& Inbox::bufferAt(std::size_t position) {
-    if (position >= m_buffers.size())
-        m_buffers.resize(position + 1);
-    Buffer& buffer = m_buffers[position];
-    if (buffer == nullptr)
-        buffer.reset(new char[m_bufferSize]);
-    return buffer;
-}
-
 bool Inbox::fill(int fileDescriptor, int most, bool manyAddresses) {
     const auto wanted = static_cast<std::size_t>(std::clamp(most, 1, batchSize));
-    char* places[batchSize];
-    for (std::size_t i = 0; i < wanted; ++i)
-        places[i] = bufferAt(i).get();
-    Receipt receipts[batchSize];
-    const std::size_t received =
-        receiveDatagrams(fileDescriptor, places, m_bufferSize, wanted, manyAddresses, receipts);
-    m_receipts.assign(receipts, receipts + received);
+    std::array<char*, batchSize> places{};
+    for (std::size_t i = 0; i < wanted; ++i) {
+        if (m_buffers[i] == nullptr)
+            m_buffers[i].reset(new char[m_bufferSize]);
+        places[i] = m_buffers[i].get();
+    }
+    m_count = receiveDatagrams(fileDescriptor, places.data(), m_bufferSize, wanted, manyAddresses,
+                               m_receipts.data());
     m_next = 0;
-    return received == wanted || (received > 0 && receipts[received - 1].error != 0);
+    return m_count == wanted || (m_count > 0 && m_receipts[m_count - 1].error != 0);
 }
 
 Receipt Inbox::take(Buffer& buffer) {
@@ -37,8 +29,9 @@ Receipt Inbox::take(Buffer& buffer) {
 // ---------------------------------------------------------------- out
 
 void Outbox::add(const char* data, std::size_t size, const LcmpUdpAddress& to, std::uint32_t from) {
-    m_letters.push_back({m_bytes.size(), size, to, from});
+    const std::size_t begin = m_bytes.size();
     m_bytes.insert(m_bytes.end(), data, data + size);
+    m_letters.push_back({begin, size, to, from});
 }
 
 Outbox::Sent Outbox::sendSome(int fileDescriptor, std::size_t first) {

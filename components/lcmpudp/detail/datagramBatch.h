@@ -1,6 +1,7 @@
 // Several datagrams with one system call, where the platform has such calls; elsewhere one after the other.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -17,8 +18,8 @@ public:
 
     explicit Inbox(std::size_t bufferSize) : m_bufferSize(bufferSize) {}
 
-    bool empty() const { return m_next == m_receipts.size(); }
-    void clear() { m_next = m_receipts.size(); }
+    bool empty() const { return m_next == m_count; }
+    void clear() { m_next = m_count; }
 
     /// Receives what is there, at most `most`; the inbox is empty before. An error waits like a datagram.
     /// False: no more was there.
@@ -28,11 +29,10 @@ public:
     Receipt take(Buffer& buffer);
 
 private:
-    Buffer& bufferAt(std::size_t position);
-
     std::size_t m_bufferSize;
-    std::vector<Buffer> m_buffers;
-    std::vector<Receipt> m_receipts;
+    std::array<Buffer, batchSize> m_buffers;  // made when they are needed first
+    std::array<Receipt, batchSize> m_receipts;
+    std::size_t m_count = 0;
     std::size_t m_next = 0;
 };
 
