@@ -152,6 +152,15 @@ TEST(TlvWire, OfLengthZeroIsReadWithoutABuffer) {
     EXPECT_EQ(log.all(), "");
 }
 
+TEST(TlvWire, IsReadWhateverLengthStandsInAnElementWithoutABuffer) {
+    for (const std::uint16_t length : {1, 4, 65535}) {
+        HeldTlv element;
+        element.len = length;
+        element.receive(bytes("11800002 05 0004 00000102"));
+        EXPECT_EQ(element.getValueAsInt32(), 0x102) << length;
+    }
+}
+
 TEST(TlvWire, OfLengthZeroLeavesTheBufferOfTheValueBefore) {
     HeldTlv element;
     element.setValue(5U);
