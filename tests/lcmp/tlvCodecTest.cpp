@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "capturedLog.h"
 #include "heldTlv.h"
@@ -153,7 +154,7 @@ TEST(TlvWire, OfLengthZeroIsReadWithoutABuffer) {
 }
 
 TEST(TlvWire, IsReadWhateverLengthStandsInAnElementWithoutABuffer) {
-    for (const std::uint16_t length : {1, 4, 65535}) {
+    for (const std::uint16_t length : std::vector<std::uint16_t>{1, 4, 65535}) {
         HeldTlv element;
         element.len = length;
         element.receive(bytes("11800002 05 0004 00000102"));
