@@ -837,6 +837,16 @@ TEST_F(StoredElements, OfEveryFixedWidthStopAtTheEndOfTheFrame) {
     }
 }
 
+TEST(StoredElementsLog, TellsWhichElementDoesNotFit) {
+    const std::string whole = writeRequest(7, {goodClk, goodReboot, goodTimer});
+    EXPECT_LOGS_FROM(messageFile, "deserializeTlvs", "ERROR", "element 2 does not fit into the message", [&] {
+        Card card;
+        Received(whole.substr(0, whole.size() - 1),
+                 {&card.property(bpClkRef), &card.property(reboot), &card.property(commitTimer)})
+            .store();
+    });
+}
+
 TEST(StoredElementsLog, TellsWhetherEachObjectCouldUseItsValue) {
     const auto store = [](bool used) {
         Card card;
