@@ -3,7 +3,6 @@
 #include <array>
 #include <cctype>
 #include <cstdio>
-#include <ctime>
 
 #include "exitStatus.h"
 
@@ -52,20 +51,52 @@ private:
     std::size_t m_position = 0;
 };
 
-std::tm readFields(TimeReader& reader) {
-    std::tm fields{};
-    fields.tm_year = reader.number(4) - 1900;
+// A date of the Gregorian calendar, and the time of its day. Not the C library's, which ends in 2038 where
+// time_t has four bytes.
+struct Moment {
+    int year = 0;
+    int month = 0;  // 1 to 12
+    int day = 0;
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+};
+
+Moment readMoment(TimeReader& reader) {
+    Moment moment;
+    moment.year = reader.number(4);
     reader.expect("-");
-    fields.tm_mon = reader.number(2) - 1;
+    moment.month = reader.number(2);
     reader.expect("-");
-    fields.tm_mday = reader.number(2);
+    moment.day = reader.number(2);
     reader.expect("Tt ");
-    fields.tm_hour = reader.number(2);
+    moment.hour = reader.number(2);
     reader.expect(":");
-    fields.tm_min = reader.number(2);
+    moment.minute = reader.number(2);
     reader.expect(":");
-    fields.tm_sec = reader.number(2);
-    return fields;
+    moment.second = reader.number(2);
+    return moment;
+}
+
+constexpr long long secondsOfDay = 86400;
+
+bool isLeap(int year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
+
+int daysIn(int year, int month) {
+    static constexpr std::array<int, 12> days = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    return days.at(static_cast<std::size_t>(month - 1)) + (month == 2 && isLeap(year) ? 1 : 0);
+}
+
+// Days from 1970-01-01 to the first day of a year from 1 on.
+long long daysBefore(int year) {
+    const long long past = year - 1;
+    return past * 365 + past / 4 - past / 100 + past / 400 - 719162;
+}
+
+bool exists(const Moment& moment) {
+    return moment.year >= 1 && moment.month >= 1 && moment.month <= 12 && moment.day >= 1 &&
+           moment.day <= daysIn(moment.year, moment.month) && moment.hour < 24 && moment.minute < 60 &&
+           moment.second < 60;
 }
 
 // Seconds east of UTC.
@@ -87,39 +118,53 @@ long long readZone(TimeReader& reader, const std::string& text) {
     return west ? -seconds : seconds;
 }
 
-// timegm carries what lies beyond a field over into the next; a date that changes so does not exist.
-long long secondsOf(const std::tm& fields, const std::string& text) {
-    std::tm normal = fields;
-    const std::time_t seconds = timegm(&normal);
-    if (normal.tm_year != fields.tm_year || normal.tm_mon != fields.tm_mon ||
-        normal.tm_mday != fields.tm_mday || normal.tm_hour != fields.tm_hour ||
-        normal.tm_min != fields.tm_min || normal.tm_sec != fields.tm_sec)
+long long secondsOf(const Moment& moment, const std::string& text) {
+    if (!exists(moment))
         malformed(text, "does not exist: a field is beyond its range");
-    return seconds;
+    long long days = daysBefore(moment.year) + moment.day - 1;
+    for (int month = 1; month < moment.month; ++month)
+        days += daysIn(moment.year, month);
+    return days * secondsOfDay + (moment.hour * 60 + moment.minute) * 60 + moment.second;
+}
+
+// Of seconds since 1970, which are not negative.
+Moment momentOf(long long seconds) {
+    Moment moment;
+    long long days = seconds / secondsOfDay;
+    moment.year = static_cast<int>(1970 + days / 366);
+    while (daysBefore(moment.year + 1) <= days)
+        ++moment.year;
+    days -= daysBefore(moment.year);
+    moment.month = 1;
+    for (; days >= daysIn(moment.year, moment.month); ++moment.month)
+        days -= daysIn(moment.year, moment.month);
+    moment.day = static_cast<int>(days) + 1;
+    const auto rest = static_cast<int>(seconds % secondsOfDay);
+    moment.hour = rest / 3600;
+    moment.minute = rest / 60 % 60;
+    moment.second = rest % 60;
+    return moment;
 }
 
 }  // namespace
 
 long long parseTime(const std::string& text) {
     TimeReader reader(text);
-    const std::tm fields = readFields(reader);
+    const Moment moment = readMoment(reader);
     if (reader.at("."))
         malformed(text, "has a fraction of a second; the value holds whole seconds");
     const long long east = readZone(reader, text);
     if (!reader.done())
         notATime(text);
-    return secondsOf(fields, text) - east;
+    return secondsOf(moment, text) - east;
 }
 
 std::string timeText(std::uint32_t seconds, std::uint32_t microseconds) {
-    const auto time = static_cast<std::time_t>(std::int64_t{seconds} + microseconds / 1000000);
-    std::tm fields{};
-    gmtime_r(&time, &fields);
-    std::array<char, 24> whole{};
-    std::strftime(whole.data(), whole.size(), "%Y-%m-%dT%H:%M:%S", &fields);
-    std::array<char, 12> fraction{};
-    std::snprintf(fraction.data(), fraction.size(), ".%06uZ", microseconds % 1000000);
-    return std::string(whole.data()) + fraction.data();
+    const Moment moment = momentOf(std::int64_t{seconds} + microseconds / 1000000);
+    std::array<char, 96> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%06uZ", moment.year, moment.month,
+                  moment.day, moment.hour, moment.minute, moment.second, microseconds % 1000000);
+    return text.data();
 }
 
 }  // namespace tool
