@@ -63,7 +63,7 @@ std::string nameOr(unsigned int oid) {
 
 std::string milliseconds(std::int64_t nanoseconds) {
     std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%.3f ms", static_cast<double>(nanoseconds) / 1e6);
+    (void)std::snprintf(text.data(), text.size(), "%.3f ms", static_cast<double>(nanoseconds) / 1e6);
     return text.data();
 }
 
@@ -279,7 +279,7 @@ std::string fieldOf(const std::optional<T>& value) {
 
 std::string secondsText(std::int64_t nanoseconds) {
     std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%.9f", static_cast<double>(nanoseconds) / 1e9);
+    (void)std::snprintf(text.data(), text.size(), "%.9f", static_cast<double>(nanoseconds) / 1e9);
     return text.data();
 }
 
