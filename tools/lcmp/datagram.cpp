@@ -46,7 +46,7 @@ const char* takeIpv4(std::string_view packet, Datagram& datagram) {
         !reader.take(fragment) || !reader.skip(1) || !reader.take(protocol) || !reader.skip(2) ||
         !reader.take(datagram.source.host) || !reader.take(datagram.destination.host))
         return cutOff;
-    const std::size_t headerSize = (versionAndSize & 0x0FU) * 4U;
+    const std::size_t headerSize = std::size_t{versionAndSize & 0x0FU} * 4;
     if (headerSize < 20 || size < headerSize)
         return "IP of an impossible length";
     if ((fragment & moreFragmentsAndOffset) != 0)

@@ -14,7 +14,7 @@ struct KnownVariable {
     std::string unit;                        ///< "°C"; "" where there is none.
     std::map<long long, std::string> words;  ///< By number, of an enumerated value.
 
-    /// The word for this value; "" where there is none.
+    /// The word for this value, an integer or a boolean as 0 or 1; "" where there is none.
     std::string wordFor(const Element& value) const;
 };
 

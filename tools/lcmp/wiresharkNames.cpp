@@ -15,9 +15,9 @@ std::string quoted(const std::string& text) {
         const auto byte = static_cast<unsigned char>(c);
         std::array<char, 5> escaped{};
         if (byte < 0x20 || byte == 0x7F)
-            std::snprintf(escaped.data(), escaped.size(), "\\%03u", byte);
+            (void)std::snprintf(escaped.data(), escaped.size(), "\\%03u", byte);
         else if (c == '"' || c == '\\')
-            std::snprintf(escaped.data(), escaped.size(), "\\%c", c);
+            (void)std::snprintf(escaped.data(), escaped.size(), "\\%c", c);
         else
             escaped[0] = c;
         all += escaped.data();
