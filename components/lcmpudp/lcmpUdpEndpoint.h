@@ -194,6 +194,7 @@ private:
     bool sendEventFrame(const LCMPMessage& msg, Frame& frame);
     int transmit(const Frame& frame, const LcmpUdpAddress& to, std::uint32_t from);
     void sendOutbox();
+    void emptyOutbox();
     void countUnsent(const LcmpUdpAddress& to, int error);
 
     bool parsePeer(const char* what, const std::string& address, std::uint16_t port, LcmpUdpAddress& peer);

@@ -179,9 +179,13 @@ int LcmpUdpEndpoint::transmit(const Frame& frame, const LcmpUdpAddress& to, std:
     return error;
 }
 
+// Nearly always there is nothing.
 void LcmpUdpEndpoint::sendOutbox() {
-    if (m_outbox->empty())
-        return;
+    if (!m_outbox->empty())
+        emptyOutbox();
+}
+
+void LcmpUdpEndpoint::emptyOutbox() {
     const int sent =
         m_outbox->send(m_socket, [this](const LcmpUdpAddress& to, int error) { countUnsent(to, error); });
     m_counters.sent += static_cast<unsigned int>(sent);
