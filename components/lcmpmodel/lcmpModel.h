@@ -145,10 +145,11 @@ struct LcmpModelError {
 LCMP_API std::string lcmpModelErrorText(const LcmpModelError& error);
 
 // What a model may not exceed: a file that does is refused before it is built.
-constexpr unsigned int lcmpModelMaxBytes = 4 * 1024 * 1024;  // of the file
-constexpr unsigned int lcmpModelMaxDepth = 16;               // lists and maps inside each other
-constexpr unsigned int lcmpModelMaxNodes = 500000;           // lists, maps and values in the file
-constexpr unsigned int lcmpModelMaxCells = 262144;           // variables, a column once for each row
+constexpr unsigned int lcmpModelMaxBytes = 4 * 1024 * 1024;       // of the file
+constexpr unsigned int lcmpModelMaxDepth = 16;                    // lists and maps inside each other
+constexpr unsigned int lcmpModelMaxNodes = 500000;                // lists, maps and values in the file
+constexpr unsigned int lcmpModelMaxCells = 262144;                // variables, a column once for each row
+constexpr unsigned int lcmpModelMaxHeldBytes = 16 * 1024 * 1024;  // of texts and byte arrays in all rows
 
 /// Loads a model from YAML. False: `errors` tells everything that is wrong, sorted by line and column, and
 /// `model` is as it was. `file` is what errors call the text.

@@ -9,28 +9,30 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "lcmpProperty.h"
 
-/// Accepts the numbers of some ranges, both ends included; nothing where there is no range.
+/// Accepts the numbers of some ranges, both ends included; nothing where there is no range. The ranges may be
+/// shared by the rows of a table.
 template <typename T>
 class LcmpModelNumberCheck : public TypeProperty<T>::TypeValueCheck {
 public:
-    using Range = std::pair<T, T>;
+    using Ranges = std::vector<std::pair<T, T>>;
 
-    explicit LcmpModelNumberCheck(std::vector<Range> ranges) : m_ranges(std::move(ranges)) {}
+    explicit LcmpModelNumberCheck(std::shared_ptr<const Ranges> ranges) : m_ranges(std::move(ranges)) {}
 
     bool checkValue(T value) override {
-        return std::any_of(m_ranges.begin(), m_ranges.end(), [value](const Range& range) {
+        return std::any_of(m_ranges->begin(), m_ranges->end(), [value](const std::pair<T, T>& range) {
             return range.first <= value && value <= range.second;
         });
     }
 
 private:
-    std::vector<Range> m_ranges;
+    std::shared_ptr<const Ranges> m_ranges;
 };
 
 /// A POSIX extended regular expression that a whole text has to match. A text with a NUL never does.
@@ -58,25 +60,25 @@ private:
     bool m_compiled;
 };
 
-/// Accepts texts of some lengths, in bytes, that match a pattern; the empty pattern is none.
+/// Accepts texts of some lengths, in bytes, that match a pattern, if there is one.
 class LcmpModelTextCheck : public StringProperty::StringValueCheck {
 public:
     static constexpr std::size_t anyLength = std::numeric_limits<std::size_t>::max();
 
-    LcmpModelTextCheck(std::size_t shortest, std::size_t longest, const std::string& pattern)
-        : m_shortest(shortest), m_longest(longest), m_anyText(pattern.empty()), m_pattern(pattern) {}
+    LcmpModelTextCheck(std::size_t shortest, std::size_t longest,
+                       std::shared_ptr<const LcmpModelPattern> pattern = nullptr)
+        : m_shortest(shortest), m_longest(longest), m_pattern(std::move(pattern)) {}
 
-    // The length comes first: what is compared with the pattern is never longer than the model allows.
+    // The length comes first: what is compared with the pattern is never longer than it may be.
     bool checkValue(std::string value) override {
         return value.size() >= m_shortest && value.size() <= m_longest &&
-               (m_anyText || m_pattern.matches(value));
+               (m_pattern == nullptr || m_pattern->matches(value));
     }
 
 private:
     std::size_t m_shortest;
     std::size_t m_longest;
-    bool m_anyText;
-    LcmpModelPattern m_pattern;
+    std::shared_ptr<const LcmpModelPattern> m_pattern;
 };
 
 /// A byte array that holds its bytes. Peers write as many bytes as it has; the application may set any number

@@ -1,6 +1,7 @@
 // Values of any type outside of properties and elements: as a model holds them, as people write them.
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <variant>
 
@@ -33,6 +34,11 @@ LCMP_API bool lcmpModelParseValue(LcmpTlvType type, const std::string& text, Lcm
 
 /// The text that lcmpModelParseValue reads as this value. The value has the alternative of the type.
 LCMP_API std::string lcmpModelValueText(LcmpTlvType type, const LcmpModelValue& value);
+
+/// Reads a length of time: "500", "500ms", "1.5s", "2min", "1h"; a number without a unit is milliseconds.
+/// At most a thousand hours, rounded to milliseconds. False: `problem` says why, and `time` is as it was.
+LCMP_API bool lcmpModelParseDuration(const std::string& text, std::chrono::milliseconds& time,
+                                     std::string& problem);
 
 /// Whether `left` is the smaller of two values of one type.
 LCMP_API bool lcmpModelLess(const LcmpModelValue& left, const LcmpModelValue& right);
