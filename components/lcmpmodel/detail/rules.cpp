@@ -146,10 +146,9 @@ std::optional<std::vector<LcmpModelRange>> allowedRanges(const LcmpModelVariable
         return std::nullopt;
     const LcmpModelValue min = variable.min.value_or(smallestOf(variable.type));
     const LcmpModelValue max = variable.max.value_or(largestOf(variable.type));
-    if (variable.allow.empty())
-        return {{{min, max}}};
+    const std::vector<LcmpModelRange> any = {{min, max}};
     std::vector<LcmpModelRange> ranges;
-    for (const LcmpModelRange& range : variable.allow) {
+    for (const LcmpModelRange& range : variable.allow.empty() ? any : variable.allow) {
         const LcmpModelRange cut = {larger(range.low, min), smaller(range.high, max)};
         if (!lcmpModelLess(cut.high, cut.low))
             ranges.push_back(cut);
