@@ -10,13 +10,13 @@
 
 #include "frameBuilder.h"
 #include "lcmpResult.h"
+#include "standardNames.h"
 #include "testEndpoint.h"
 
 using namespace testing;
 using std::chrono::milliseconds;
 using tool::resolveVariable;
 using tool::SimulatedCard;
-using tool::standardObjects;
 using tool::variableOfOid;
 
 namespace {
@@ -125,10 +125,10 @@ std::string at(const char* table, unsigned int row, const char* variable) {
 
 std::vector<std::string> allNames() {
     std::vector<std::string> names;
-    for (const tool::StandardObject& object : standardObjects()) {
+    for (const LcmpModelObject& object : lcmpModelStandard().objects) {
         for (unsigned int row = 0; row < object.rows; ++row) {
-            for (const CardVariableDef& definition : object.group.variables)
-                names.push_back(variableOfOid(object.oid(definition.id, row)).name);
+            for (const LcmpModelVariable& variable : object.variables)
+                names.push_back(lcmpModelName({&object, &variable, row}));
         }
     }
     return names;

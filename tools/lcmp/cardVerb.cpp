@@ -8,6 +8,7 @@
 
 #include "duration.h"
 #include "lcmpUdpEndpoint.h"
+#include "modelOption.h"
 #include "simulatedCard.h"
 #include "stopSignals.h"
 #include "target.h"
@@ -21,6 +22,7 @@ using Clock = LcmpUdpEndpoint::Clock;
 using std::chrono::milliseconds;
 
 struct CardOptions {
+    std::string model;
     std::string listen = "127.0.0.1:" + std::to_string(LcmpUdpEndpoint::defaultPort);
     std::vector<std::string> receivers;
     std::vector<std::string> allowed;
@@ -101,7 +103,7 @@ void runCard(const CardOptions& options) {
     startTrace(options.trace);
     const LcmpUdpAddress address = parseListenAddress("--listen", options.listen);
     const milliseconds period = parseDuration("--period", options.period);
-    SimulatedCard card(options.seed);
+    SimulatedCard card(options.seed, *loadModel(options.model));
     LcmpUdpEndpoint endpoint;
     card.registerWith(endpoint);
     addReceivers(options.receivers, endpoint);
@@ -119,6 +121,7 @@ void runCard(const CardOptions& options) {
 void addCardVerb(CLI::App& program, ExitStatus& status) {
     const auto options = std::make_shared<CardOptions>();
     CLI::App* verb = program.add_subcommand("card", "Serves a simulated card");
+    addModelOption(*verb, options->model);
     verb->add_option("--listen", options->listen, "Where to listen; port 0 takes a free one")
         ->type_name("ADDR[:PORT]")
         ->capture_default_str();

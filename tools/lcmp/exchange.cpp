@@ -18,15 +18,11 @@ constexpr std::uint32_t unusedOidBit = 0x20000000;  // cards ignore it and leave
 // Bytes that a value of unknown size is taken for; a wrong guess costs one more request.
 constexpr unsigned int guessedLength = 32;
 
-// The longest value that the standard card's rule admits.
-unsigned int longestLength(const CardVariableDef& definition) {
+// Bytes that the longest value takes which the variable's rule admits, unless that is much too long a guess.
+unsigned int longestLength(const LcmpModelVariable& definition) {
     constexpr unsigned int longest = 255;
-    if (definition.lengthInvalid == nullptr || !definition.lengthInvalid(longest))
-        return guessedLength;
-    unsigned int length = longest;
-    while (length > 0 && definition.lengthInvalid(length))
-        --length;
-    return length;
+    const unsigned int length = definition.exactLength.value_or(definition.maxLength.value_or(longest));
+    return length < longest ? length : guessedLength;
 }
 
 unsigned int answerLength(const Variable& variable) {
@@ -193,9 +189,9 @@ void Exchange::takeValues(const Positions& batch, const Reply& reply) {
             return isSameVariable(m_variables[position].oid, element.oid());
         });
         if (asked == open.end())
-            return endWith(batch, ExitStatus::badFrame,
-                           cardText() + " answered with " + variableOfOid(element.oid()).name +
-                               ", which was not asked for");
+            return endWith(
+                batch, ExitStatus::badFrame,
+                cardText() + " answered with " + oidText(element.oid()) + ", which was not asked for");
         Outcome& outcome = m_outcomes[*asked];
         if (hasLengthOfType(element))
             outcome.value = element;

@@ -20,6 +20,13 @@ bool isUtf8(const std::string& text) {
     }
 }
 
+// The word that the model has for a number, or null.
+const char* wordOf(const Variable& variable, const Element& element) {
+    const std::optional<LcmpModelValue> value = modelValue(element);
+    const bool isOfModel = variable.definition != nullptr && variable.definition->type == element.type();
+    return value && isOfModel ? lcmpModelWordOf(*variable.definition, *value) : nullptr;
+}
+
 bool isDone(const Outcome& outcome) {
     return outcome.status == ExitStatus::done && outcome.value.has_value();
 }
@@ -27,7 +34,7 @@ bool isDone(const Outcome& outcome) {
 Json outcomeJson(const std::string& card, const Variable& variable, const Outcome& outcome) {
     Json object = {{"card", card}, {"oid", oidText(variable.oid)}, {"name", variable.name}};
     if (isDone(outcome)) {
-        addJsonValue(*outcome.value, object);
+        addJsonValue(variable, *outcome.value, object);
         if (*variable.unit != '\0')
             object["unit"] = variable.unit;
     } else {
@@ -60,7 +67,7 @@ void printCsv(std::ostream& out, const std::string& card, const Variable& variab
 void printText(std::ostream& out, const Variable& variable, const Outcome& outcome) {
     if (!isDone(outcome))
         return;
-    out << variable.name << " = " << displayText(*outcome.value);
+    out << variable.name << " = " << displayText(variable, *outcome.value);
     if (*variable.unit != '\0')
         out << ' ' << variable.unit;
     out << '\n';
@@ -83,11 +90,18 @@ std::string jsonLine(const Json& value) {
     return value.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-void addJsonValue(const Element& element, Json& object) {
+void addJsonValue(const Variable& variable, const Element& element, Json& object) {
     object["type"] = lcmpTlvTypeName(element.type());
     object["value"] = jsonValue(element);
     if (element.type() == STRING && !isUtf8(element.bytes()))
         object["bytes"] = hexText(element.bytes());
+    if (const char* word = wordOf(variable, element))
+        object["word"] = word;
+}
+
+std::string displayText(const Variable& variable, const Element& element) {
+    const char* word = wordOf(variable, element);
+    return displayText(element) + (word == nullptr ? "" : " (" + std::string(word) + ")");
 }
 
 void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAddress& card,

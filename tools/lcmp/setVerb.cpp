@@ -5,6 +5,7 @@
 
 #include "clientOptions.h"
 #include "exchange.h"
+#include "modelOption.h"
 #include "output.h"
 #include "target.h"
 #include "verbs.h"
@@ -16,20 +17,31 @@ struct SetOptions {
     std::string target;
     std::vector<std::string> assignments;
     std::string format = "text";
+    std::string model;
     ClientOptions client;
 };
 
-Assignment parseAssignment(const std::string& text) {
+// A value may also be the word that the model has for it.
+void parseNumberOrWord(const Variable& variable, const std::string& text, Element& element) {
+    const std::vector<LcmpModelWord> none;
+    for (const LcmpModelWord& word : variable.definition == nullptr ? none : variable.definition->words) {
+        if (word.word == text && variable.type == variable.definition->type)
+            return setValue(*variable.type, word.number, element);
+    }
+    parseValue(*variable.type, text, element);
+}
+
+Assignment parseAssignment(const std::string& text, const LcmpModel& model) {
     const auto equals = text.find('=');
     if (equals == std::string::npos)
         throw Failure(ExitStatus::usage, "'" + text + "' gives no value; write NAME=VALUE");
-    const Variable variable = resolveVariable(text.substr(0, equals));
+    const Variable variable = resolveVariable(text.substr(0, equals), model);
     if (!variable.type)
         throw Failure(ExitStatus::usage, "the type of " + variable.name + " is not known; write it, like " +
                                              variable.name + ":UINT32=" + text.substr(equals + 1));
     Assignment assignment{variable, Element(variable.oid)};
     try {
-        parseValue(*variable.type, text.substr(equals + 1), assignment.value);
+        parseNumberOrWord(variable, text.substr(equals + 1), assignment.value);
     } catch (const Failure& failure) {
         throw Failure(failure.status(), variable.name + ": " + failure.what());
     }
@@ -38,10 +50,11 @@ Assignment parseAssignment(const std::string& text) {
 
 ExitStatus set(const SetOptions& options) {
     const ClientSettings settings = applyClientOptions(options.client);
+    const auto model = loadModel(options.model);
     std::vector<Assignment> assignments;
     std::vector<Variable> variables;
     for (const std::string& text : options.assignments) {
-        assignments.push_back(parseAssignment(text));
+        assignments.push_back(parseAssignment(text, *model));
         variables.push_back(assignments.back().variable);
     }
     const LcmpUdpAddress card = parseTarget(options.target);
@@ -65,13 +78,15 @@ void addSetVerb(CLI::App& program, ExitStatus& status) {
         ->required()
         ->type_name("");
     addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
+    addModelOption(*verb, options->model);
     addClientOptions(*verb, options->client);
     verb->footer(
         "A NAME is object.variable, object[row].variable, or an OID with the type of the value. A VALUE is a "
         "number\n"
         "in decimal or 0x, true or false, text, a dotted IPv4 address, a MAC address with colons, a time "
         "like\n"
-        "2024-05-01T12:00:00Z or seconds since 1970, or bytes in hexadecimal, as the type asks.\n\n"
+        "2024-05-01T12:00:00Z or seconds since 1970, or bytes in hexadecimal, as the type asks,\n"
+        "or the word that the card's model has for a number.\n\n"
         "Examples: lcmp set 192.0.2.1 control.bpClkRef=3\n"
         "          lcmp set 192.0.2.1 0x50c10005:UINT32=7");
     verb->callback([options, &status] { status = set(*options); });
