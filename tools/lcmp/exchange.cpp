@@ -115,8 +115,8 @@ ExitStatus overallStatus(const std::vector<Outcome>& outcomes) {
     return std::any_of(outcomes.begin(), outcomes.end(), isDone) ? ExitStatus::partly : failed->status;
 }
 
-Exchange::Exchange(const LcmpUdpAddress& card, const ClientSettings& settings)
-    : LcmpUdpEndpoint(false), m_card(card), m_tries(settings.tries) {
+Exchange::Exchange(const LcmpUdpAddress& card, const ClientSettings& settings, const LcmpModel& model)
+    : LcmpUdpEndpoint(false), m_card(card), m_model(model), m_tries(settings.tries) {
     if (!open("0.0.0.0", 0) || !setTarget(lcmpUdpHostToText(card.host), card.port))
         throw Failure(ExitStatus::localFailure, getLastError());
     setTimeout(settings.firstTry);
@@ -189,9 +189,9 @@ void Exchange::takeValues(const Positions& batch, const Reply& reply) {
             return isSameVariable(m_variables[position].oid, element.oid());
         });
         if (asked == open.end())
-            return endWith(
-                batch, ExitStatus::badFrame,
-                cardText() + " answered with " + oidText(element.oid()) + ", which was not asked for");
+            return endWith(batch, ExitStatus::badFrame,
+                           cardText() + " answered with " + variableOfOid(element.oid(), m_model).name +
+                               ", which was not asked for");
         Outcome& outcome = m_outcomes[*asked];
         if (hasLengthOfType(element))
             outcome.value = element;

@@ -28,7 +28,7 @@ ExitStatus get(const GetOptions& options) {
     for (const std::string& name : options.names)
         variables.push_back(resolveVariable(name, *model));
     const LcmpUdpAddress card = parseTarget(options.target);
-    const std::vector<Outcome> outcomes = Exchange(card, settings).read(variables);
+    const std::vector<Outcome> outcomes = Exchange(card, settings, *model).read(variables);
     printOutcomes(std::cout, options.format, card, variables, outcomes);
     printProblems(outcomes);
     return overallStatus(outcomes);

@@ -58,7 +58,7 @@ ExitStatus set(const SetOptions& options) {
         variables.push_back(assignments.back().variable);
     }
     const LcmpUdpAddress card = parseTarget(options.target);
-    const std::vector<Outcome> outcomes = Exchange(card, settings).write(assignments);
+    const std::vector<Outcome> outcomes = Exchange(card, settings, *model).write(assignments);
     printOutcomes(std::cout, options.format, card, variables, outcomes);
     printProblems(outcomes);
     return overallStatus(outcomes);
