@@ -1,5 +1,6 @@
 #include "detail/modelReader.h"
 
+#include <cstdint>
 #include <map>
 #include <tuple>
 
@@ -108,7 +109,7 @@ private:
             return m_faults.add(list->place,
                                 std::string("variables is a list, and here is ") + kindText(*list));
         // Before they are read: first values may exist once for each.
-        m_cells += list->items.size() * object.rows;
+        m_cells += std::uint64_t{list->items.size()} * object.rows;
         if (m_cells > lcmpModelMaxCells)
             return m_faults.add(list->place, "more than " + std::to_string(lcmpModelMaxCells) +
                                                  " variables, each counted once for each row");
@@ -128,8 +129,8 @@ private:
 
     Faults& m_faults;
     LcmpModel m_model;
-    std::size_t m_cells = 0;
-    std::size_t m_room = lcmpModelMaxHeldBytes;
+    std::uint64_t m_cells = 0;
+    std::uint64_t m_room = lcmpModelMaxHeldBytes;
     Taken<std::string> m_names;
     Taken<ObjectKey> m_ids;
 };

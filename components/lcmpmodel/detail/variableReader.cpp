@@ -1,5 +1,6 @@
 #include "detail/variableReader.h"
 
+#include <cstdint>
 #include <set>
 
 #include "detail/rules.h"
@@ -21,7 +22,7 @@ const std::vector<std::string>& variableKeys() {
 
 class VariableReader {
 public:
-    VariableReader(const YamlNode& node, const LcmpModelObject& object, std::size_t& room, Faults& faults)
+    VariableReader(const YamlNode& node, const LcmpModelObject& object, std::uint64_t& room, Faults& faults)
         : m_fields(node, "a variable", variableKeys(), faults),
           m_object(object),
           m_room(room),
@@ -192,9 +193,9 @@ private:
     // ------------------------------------------------------------ values
 
     // Texts are held once for each row that has them. False: there is no room left for so many bytes.
-    bool hold(const YamlPlace& place, const LcmpModelValue& value, std::size_t rows) {
+    bool hold(const YamlPlace& place, const LcmpModelValue& value, unsigned int rows) {
         const auto* bytes = std::get_if<std::string>(&value);
-        const std::size_t size = bytes == nullptr ? 0 : bytes->size() * rows;
+        const std::uint64_t size = bytes == nullptr ? 0 : std::uint64_t{bytes->size()} * rows;
         if (size > m_room) {
             m_faults.add(place, "the texts of all rows have more than " +
                                     std::to_string(lcmpModelMaxHeldBytes) + " bytes");
@@ -298,7 +299,7 @@ private:
 
     Fields m_fields;
     const LcmpModelObject& m_object;
-    std::size_t& m_room;
+    std::uint64_t& m_room;
     Faults& m_faults;
     VariableRead m_read;
     LcmpModelVariable& m_variable = m_read.variable;
@@ -306,7 +307,7 @@ private:
 
 }  // namespace
 
-VariableRead readVariable(const YamlNode& node, const LcmpModelObject& object, std::size_t& room,
+VariableRead readVariable(const YamlNode& node, const LcmpModelObject& object, std::uint64_t& room,
                           Faults& faults) {
     return VariableReader(node, object, room, faults).read();
 }

@@ -1,6 +1,8 @@
 // One entry of `variables`.
 #pragma once
 
+#include <cstdint>
+
 #include "detail/fields.h"
 
 namespace lcmpdetail {
@@ -16,7 +18,7 @@ struct VariableRead {
 
 /// Reads a variable of `object`, whose kind and rows are known. `room` is how many bytes the texts of the
 /// model may still have, all rows together; it becomes less.
-VariableRead readVariable(const YamlNode& node, const LcmpModelObject& object, std::size_t& room,
+VariableRead readVariable(const YamlNode& node, const LcmpModelObject& object, std::uint64_t& room,
                           Faults& faults);
 
 }  // namespace lcmpdetail
