@@ -42,7 +42,7 @@ std::string quoted(const std::string& text) {
         const std::size_t size = utf8At(text, at);
         const auto byte = static_cast<unsigned char>(text[at]);
         if (size == 0)
-            quotedText += "\\uFFFD";
+            quotedText += "\xEF\xBF\xBD";
         else if (byte == '"' || byte == '\\')
             quotedText += std::string("\\") + text[at];
         else if (size == 1 && (byte < 0x20 || byte == 0x7F))
