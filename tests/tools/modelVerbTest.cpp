@@ -196,6 +196,16 @@ TEST(ModelOption, ServesReadsAndWritesTheCardOfAModel) {
     EXPECT_EQ(run({"set", card.address(), "cooling.dutyCycle=19", "--model", fantray}).status, 4);
 }
 
+TEST(ModelOption, AnUnknownWordSuggestsTheNearest) {
+    const auto problem = [](const std::string& word) {
+        const Ended ended = run({"set", "127.0.0.1:1", "cooling.mode=" + word, "--model", fantray});
+        EXPECT_EQ(ended.status, 2);
+        return ended.err;
+    };
+    EXPECT_THAT(problem("manul"), EndsWith("; did you mean manual?\n"));
+    EXPECT_THAT(problem("frobnicate"), EndsWith("; or a word: off, automatic, manual\n"));
+}
+
 TEST(ModelOption, IsTakenFromTheEnvironmentUnlessItIsGiven) {
     const std::vector<std::string> environment = {"LCMP_MODEL=" + fantray};
     EXPECT_EQ(run({"oid", "-o", "value", "cooling.mode"}, environment).out, "0x05000000\n");

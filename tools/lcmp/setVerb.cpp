@@ -6,6 +6,7 @@
 #include "clientOptions.h"
 #include "exchange.h"
 #include "modelOption.h"
+#include "nearestName.h"
 #include "output.h"
 #include "target.h"
 #include "verbs.h"
@@ -21,14 +22,32 @@ struct SetOptions {
     ClientOptions client;
 };
 
+// "; did you mean manual?", or all the words that there are.
+std::string wordsText(const std::string& text, const std::vector<LcmpModelWord>& words) {
+    std::vector<std::string> all;
+    std::string list;
+    for (const LcmpModelWord& word : words) {
+        all.push_back(word.word);
+        list += (list.empty() ? "; or a word: " : ", ") + word.word;
+    }
+    const std::string nearest = nearestName(text, all);
+    return nearest.empty() ? list : suggestion(nearest);
+}
+
 // A value may also be the word that the model has for it.
 void parseNumberOrWord(const Variable& variable, const std::string& text, Element& element) {
-    const std::vector<LcmpModelWord> none;
-    for (const LcmpModelWord& word : variable.definition == nullptr ? none : variable.definition->words) {
-        if (word.word == text && variable.type == variable.definition->type)
+    const bool isOfModel = variable.definition != nullptr && variable.type == variable.definition->type;
+    const std::vector<LcmpModelWord> words =
+        isOfModel ? variable.definition->words : std::vector<LcmpModelWord>();
+    for (const LcmpModelWord& word : words) {
+        if (word.word == text)
             return setValue(*variable.type, word.number, element);
     }
-    parseValue(*variable.type, text, element);
+    try {
+        parseValue(*variable.type, text, element);
+    } catch (const Failure& failure) {
+        throw Failure(failure.status(), failure.what() + wordsText(text, words));
+    }
 }
 
 Assignment parseAssignment(const std::string& text, const LcmpModel& model) {
