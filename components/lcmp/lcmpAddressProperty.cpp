@@ -31,6 +31,7 @@ MacAddressProperty::MacAddressProperty(unsigned int id, const char* name, IfcCar
     if (mac.empty())
         return;
     unsigned int field[macSize];
+    // NOLINTNEXTLINE(cert-err34-c): anything that begins with hexadecimal digits is a field, and wraps
     const int fields = std::sscanf(mac.c_str(), "%x:%x:%x:%x:%x:%x", &field[0], &field[1], &field[2],
                                    &field[3], &field[4], &field[5]);
     if (fields != static_cast<int>(macSize)) {
@@ -98,7 +99,9 @@ std::string MacAddressProperty::str() const {
 
 IpAddressProperty::IpAddressProperty(unsigned int id, const char* name, IfcCardVarAccessType access,
                                      unsigned int ip, bool eventable)
-    : LcmpProperty(id, name, access, eventable), m_value(ip), m_default(ip) {}
+    : LcmpProperty(id, name, access, eventable), m_default(ip) {
+    setWord(ip);
+}
 
 IpAddressProperty::IpAddressProperty(unsigned int id, const char* name, IfcCardVarAccessType access,
                                      std::string ip, bool eventable)
@@ -108,40 +111,43 @@ IpAddressProperty::IpAddressProperty(unsigned int id, const char* name, IfcCardV
         LCMP_ERROR("[%s] Invalid default value (%s). Default set to 0.\n", getName().c_str(), ip.c_str());
         return;
     }
-    m_value = m_default = getU32(octets);
+    m_default = getU32(octets);
+    setWord(m_default);
 }
 
-void IpAddressProperty::setToDefault() { m_value = m_default; }
+void IpAddressProperty::setToDefault() { setWord(m_default); }
 
-bool IpAddressProperty::isDefault() { return m_value == m_default; }
+bool IpAddressProperty::isDefault() { return value() == m_default; }
 
 int IpAddressProperty::serialize(char* buffer, int size) {
-    char* value = startElement(buffer, size, length(), getType());
-    if (value == nullptr)
+    if (canSerializeWord(size))
+        return serializeWord(buffer);
+    char* place = startElement(buffer, size, length(), getType());
+    if (place == nullptr)
         return -1;
-    return static_cast<int>(putU32(value, m_value) - buffer);
+    return static_cast<int>(putU32(place, value()) - buffer);
 }
 
 int IpAddressProperty::deserialize(const char* buffer) {
-    m_value = getU32(buffer + tlvHeaderSize);
+    setWord(getU32(buffer + tlvHeaderSize));
     return tlvHeaderSize + getTlvHeader(buffer).length;
 }
 
-unsigned int IpAddressProperty::length() { return sizeof m_value; }
+unsigned int IpAddressProperty::length() { return sizeof m_default; }
 
 int IpAddressProperty::getType() { return IPv4ADDRESS; }
 
-void IpAddressProperty::get(unsigned int* out) { *out = m_value; }
+void IpAddressProperty::get(unsigned int* out) { *out = value(); }
 
-void IpAddressProperty::set(unsigned int value) {
-    if (value != m_value)
+void IpAddressProperty::set(unsigned int newValue) {
+    if (newValue != value())
         markEvent();
-    m_value = value;
+    setWord(newValue);
 }
 
 std::string IpAddressProperty::str() const {
     TextStream text;
-    text << lineHead() << std::hex << std::setw(10) << m_value << "(def = " << m_default << ")\n";
+    text << lineHead() << std::hex << std::setw(10) << value() << "(def = " << m_default << ")\n";
     return text.str();
 }
 
@@ -149,38 +155,42 @@ std::string IpAddressProperty::str() const {
 
 UnixTimeProperty::UnixTimeProperty(unsigned int id, const char* name, IfcCardVarAccessType access,
                                    long long time, bool eventable)
-    : LcmpProperty(id, name, access, eventable), m_value(time), m_default(time) {}
+    : LcmpProperty(id, name, access, eventable), m_default(time) {
+    setWord(static_cast<std::uint64_t>(time));
+}
 
-void UnixTimeProperty::setToDefault() { m_value = m_default; }
+void UnixTimeProperty::setToDefault() { setWord(static_cast<std::uint64_t>(m_default)); }
 
-bool UnixTimeProperty::isDefault() { return m_value == m_default; }
+bool UnixTimeProperty::isDefault() { return value() == m_default; }
 
 int UnixTimeProperty::serialize(char* buffer, int size) {
-    char* value = startElement(buffer, size, length(), getType());
-    if (value == nullptr)
+    if (canSerializeWord(size))
+        return serializeWord(buffer);
+    char* place = startElement(buffer, size, length(), getType());
+    if (place == nullptr)
         return -1;
-    return static_cast<int>(putU64(value, static_cast<std::uint64_t>(m_value)) - buffer);
+    return static_cast<int>(putU64(place, word()) - buffer);
 }
 
 int UnixTimeProperty::deserialize(const char* buffer) {
-    m_value = static_cast<long long>(getU64(buffer + tlvHeaderSize));
+    setWord(getU64(buffer + tlvHeaderSize));
     return tlvHeaderSize + getTlvHeader(buffer).length;
 }
 
-unsigned int UnixTimeProperty::length() { return sizeof m_value; }
+unsigned int UnixTimeProperty::length() { return sizeof m_default; }
 
 int UnixTimeProperty::getType() { return UNIX_TIME; }
 
-void UnixTimeProperty::get(long long* out) { *out = m_value; }
+void UnixTimeProperty::get(long long* out) { *out = value(); }
 
-void UnixTimeProperty::set(long long value) {
-    if (value != m_value)
+void UnixTimeProperty::set(long long newValue) {
+    if (newValue != value())
         markEvent();
-    m_value = value;
+    setWord(static_cast<std::uint64_t>(newValue));
 }
 
 std::string UnixTimeProperty::str() const {
     TextStream text;
-    text << lineHead() << std::setw(20) << m_value << "(def = " << m_default << ")\n";
+    text << lineHead() << std::setw(20) << value() << "(def = " << m_default << ")\n";
     return text.str();
 }

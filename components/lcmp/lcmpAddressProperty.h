@@ -75,12 +75,13 @@ public:
     void get(unsigned int* out) override;
 
     /// Stores the address and marks the change if it is one.
-    void set(unsigned int value) override;
+    void set(unsigned int newValue) override;
 
     std::string str() const override;
 
 private:
-    std::uint32_t m_value = 0;
+    std::uint32_t value() const { return static_cast<std::uint32_t>(word()); }
+
     std::uint32_t m_default = 0;
 };
 
@@ -106,11 +107,12 @@ public:
     void get(long long* out) override;
 
     /// Stores the time and marks the change if it is one.
-    void set(long long value) override;
+    void set(long long newValue) override;
 
     std::string str() const override;
 
 private:
-    long long m_value;
+    long long value() const { return static_cast<long long>(word()); }
+
     long long m_default;
 };

@@ -80,20 +80,20 @@ const Catalogue catalogue = {
     {
         {0, "Card Type       ", STRING, readOnly, text("xxx"), cardTypeAbove31, nullptr, false, 0},
         {1, "Hardware Version", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-        {2, "Loadware        ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-        {3, "Backup loadware ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {2, "Loadware        ", UINT32, readOnly, 0U, notFour, nullptr, false, 0},
+        {3, "Backup loadware ", UINT32, readOnly, 0U, notFour, nullptr, false, 0},
         {4, "Ifc Slot        ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
         {5, "Temp Sensors    ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
         {6, "Voltage monitors", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-        {7, "Boot version    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {7, "Boot version    ", UINT32, readOnly, 0U, notFour, nullptr, false, 0},
         {8, "HW errors       ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
         {9, "Oper. alarms    ", UINT8, readOnly, byte(0), notOneByte, nullptr, false, 0},
-        {10, "SW Interface    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-        {11, "Card Capability ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {10, "SW Interface    ", UINT32, readOnly, 0U, notFour, nullptr, false, 0},
+        {11, "Card Capability ", UINT32, readOnly, 0U, notFour, nullptr, false, 0},
     },
     // alarms
     {
-        {0, "Power                     ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {0, "Power                     ", UINT32, readOnly, 0U, notFour, nullptr, false, 0},
         {1, "HW Error                  ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
         {2, "Oper. Alarm               ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
         {3, "DPLL Active CTRL CLK Alarm", BOOLEAN, readOnly, false, notOneBoolean, nullptr, true, 0},
@@ -103,7 +103,7 @@ const Catalogue catalogue = {
     // control
     {
         {0, "Reboot", BOOLEAN, writable, false, notOneBoolean, nullptr, false, 0},
-        {1, "UtcTime", UINT64, writable, 0ull, notEight, nullptr, false, 0},
+        {1, "UtcTime", UINT64, writable, 0ULL, notEight, nullptr, false, 0},
         {2, "BpClkRef", UINT8, writable, byte(128), notOneByte, clockReferenceInvalid, false, 0},
         {3, "GUID", STRING, writable, text(""), not36, guidInvalid, false, 0},
     },
@@ -139,25 +139,25 @@ const Catalogue catalogue = {
     // fileServer
     {
         {0, "FTP Server   ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
-        {1, "FTP Port     ", UINT32, writable, 21u, notFour, nullptr, false, 0},
+        {1, "FTP Port     ", UINT32, writable, 21U, notFour, nullptr, false, 0},
         {2, "FTP User     ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
         {3, "FTP Password ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
     },
     // logRetrieval
     {
         {0, "GETLOG directory ", STRING, writable, text(""), textAbove31, nullptr, false, 0},
-        {1, "GETLOG result    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
-        {2, "GETLOG state     ", UINT32, writable, 0u, notFour, nullptr, false, 0},
+        {1, "GETLOG result    ", UINT32, readOnly, 0U, notFour, nullptr, false, 0},
+        {2, "GETLOG state     ", UINT32, writable, 0U, notFour, nullptr, false, 0},
     },
     // hardwareError
     {
-        {0, "HW error ID      ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {0, "HW error ID      ", UINT32, readOnly, 0U, notFour, nullptr, false, 0},
         {1, "HW error name    ", STRING, readOnly, text(""), textAbove31, nullptr, false, 0},
         {2, "HW error active  ", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
     },
     // operationalAlarm
     {
-        {0, "Oper. alarm ID    ", UINT32, readOnly, 0u, notFour, nullptr, false, 0},
+        {0, "Oper. alarm ID    ", UINT32, readOnly, 0U, notFour, nullptr, false, 0},
         {1, "Oper. alarm name  ", STRING, readOnly, text(""), textAbove31, nullptr, false, 0},
         {2, "Oper. alarm active", BOOLEAN, readOnly, false, notOneBoolean, nullptr, false, 0},
     },

@@ -32,7 +32,9 @@ auto asNumber(T value) {
 template <typename T>
 TypeProperty<T>::TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,
                               TypeValueCheck* check, bool eventable)
-    : LcmpProperty(id, name, access, eventable), m_value(def), m_default(def), m_check(check) {}
+    : LcmpProperty(id, name, access, eventable), m_default(def), m_check(check) {
+    setWord(static_cast<std::uint64_t>(def));
+}
 
 template <typename T>
 TypeProperty<T>::TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,
@@ -55,36 +57,53 @@ TypeProperty<T>::~TypeProperty() {
 
 template <typename T>
 void TypeProperty<T>::setToDefault() {
-    m_value = m_default;
+    setWord(static_cast<std::uint64_t>(m_default));
 }
 
 template <typename T>
 bool TypeProperty<T>::isDefault() {
-    return static_cast<T>(m_value) == m_default;
+    return value() == m_default;
 }
 
 template <typename T>
 int TypeProperty<T>::serialize(char* buffer, int size) {
+    return canSerializeWord(size) ? serializeWord(buffer) : serializeAsked(buffer, size);
+}
+
+// For a derived class, which may answer as it likes, and where there is little room.
+template <typename T>
+int TypeProperty<T>::serializeAsked(char* buffer, int size) {
     const unsigned int count = length();
     // Room for the whole value, also where a derived class announces fewer bytes.
     const bool fits = size >= static_cast<int>(tlvHeaderSize + sizeof(T));
-    char* value = fits ? putElementHead(buffer, size, {getOid(), getType(), count}) : nullptr;
-    if (value == nullptr) {
+    char* place = fits ? putElementHead(buffer, size, {getOid(), getType(), count}) : nullptr;
+    if (place == nullptr) {
         noRoom();
         return -1;
     }
     if (count > 0)
-        putWord(value, static_cast<std::uint64_t>(m_value), sizeof(T));
+        putWord(place, word(), sizeof(T));
     return tlvHeaderSize + static_cast<int>(count);
 }
 
 // The element is taken as it stands, whatever OID, type and length it declares: checkBuffer judges.
 template <typename T>
 int TypeProperty<T>::deserialize(const char* buffer) {
+    const unsigned int announced = getTlvHeader(buffer).length;
+    // Told apart so that in a row of elements the next one's place is known before this one's length is read.
+    if (travelsAsWord() && announced == sizeof(T)) {
+        setWord(getWord(buffer + tlvHeaderSize, sizeof(T)));
+        return tlvHeaderSize + static_cast<int>(sizeof(T));
+    }
+    return deserializeAsked(buffer);
+}
+
+template <typename T>
+int TypeProperty<T>::deserializeAsked(const char* buffer) {
     if (travelsAsNumber(getType()))
-        m_value = static_cast<Stored>(getWord(buffer + tlvHeaderSize, sizeof(T)));
+        setWord(getWord(buffer + tlvHeaderSize, sizeof(T)));
     else
-        LCMP_ERROR("[%s] type deserializing is not handled ok!", getName().c_str());
+        LCMP_ERROR_FOR("deserialize", "[%s] type deserializing is not handled ok!", getName().c_str());
     return tlvHeaderSize + getTlvHeader(buffer).length;
 }
 
@@ -104,7 +123,7 @@ bool TypeProperty<T>::validValue(const char* value, int length) {
         return false;
     if (m_check == nullptr)
         return true;
-    if (!travelsAsNumber(getType())) {
+    if (!travelsAsWord() && !travelsAsNumber(getType())) {
         LCMP_ERROR("[%s] type deserializing is not handled ok!", getName().c_str());
         return false;
     }
@@ -114,21 +133,21 @@ bool TypeProperty<T>::validValue(const char* value, int length) {
 
 template <typename T>
 void TypeProperty<T>::get(T* out) {
-    *out = static_cast<T>(m_value);
+    *out = value();
 }
 
 template <typename T>
-void TypeProperty<T>::set(T value) {
-    if (value != static_cast<T>(m_value))
+void TypeProperty<T>::set(T newValue) {
+    if (newValue != value())
         markEvent();
-    m_value = value;
+    setWord(static_cast<std::uint64_t>(newValue));
 }
 
 template <typename T>
 std::string TypeProperty<T>::str() const {
     TextStream text;
-    text << lineHead() << std::setw(20) << asNumber(static_cast<T>(m_value))
-         << "  (def = " << asNumber(m_default) << (isEventable() ? ", eventable" : "") << ")\n";
+    text << lineHead() << std::setw(20) << asNumber(value()) << "  (def = " << asNumber(m_default)
+         << (isEventable() ? ", eventable" : "") << ")\n";
     return text.str();
 }
 

@@ -61,15 +61,17 @@ public:
     void get(T* out) override;
 
     /// Stores the value and marks the change if it is one. The check is not asked: it guards against peers.
-    void set(T value) override;
+    void set(T newValue) override;
 
     std::string str() const override;
 
 private:
-    // A received boolean byte is kept as it came and sent back as it came, so it cannot live in a bool.
-    using Stored = std::conditional_t<std::is_same_v<T, bool>, unsigned char, T>;
+    int serializeAsked(char* buffer, int size);
+    int deserializeAsked(const char* buffer);
 
-    Stored m_value;
+    // A received boolean byte is kept as it came and sent back as it came: any but 0 is true.
+    T value() const { return static_cast<T>(word()); }
+
     T m_default;
     TypeValueCheck* m_check;
 };

@@ -16,8 +16,8 @@ constexpr unsigned int lastScalarGroup = 0x1F;
 void ObjectIndex::follow(const std::vector<LcmpObject*>& objects) {
     if (objects == m_objects && m_destroyedBefore == objectsDestroyed && !objects.empty())
         return;
-    m_objects = objects;
-    m_destroyedBefore = objectsDestroyed;
+    // Until all is entered it follows nobody: when memory is lacking, the next call begins anew.
+    forget();
     m_firstOfKey.fill(none);
     m_known.assign(objects.size(), Known{});
     m_others.clear();
@@ -44,6 +44,8 @@ void ObjectIndex::follow(const std::vector<LcmpObject*>& objects) {
             m_others.insert(m_others.begin(), position);
         }
     }
+    m_objects = objects;
+    m_destroyedBefore = objectsDestroyed;
     m_onlyKnown = m_others.empty();
 }
 

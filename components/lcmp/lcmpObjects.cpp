@@ -3,6 +3,7 @@
 #include <typeinfo>
 #include <utility>
 
+#include "detail/changedRows.h"
 #include "detail/log.h"
 #include "detail/objectIndex.h"
 #include "detail/oidLayout.h"
@@ -19,7 +20,8 @@ LcmpObject::LcmpObject(std::string name, ifcCard::IfcCardObjectType type, unsign
       m_id(id),
       m_common(common),
       m_rowCount(rows),
-      m_index(std::make_unique<PropertyIndex>(rows)) {
+      m_index(std::make_unique<PropertyIndex>(rows)),
+      m_changedRows(std::make_unique<ChangedRows>(rows)) {
     m_rows.reserve(rows);
     for (unsigned int row = 0; row < rows; ++row)
         m_rows.push_back(std::make_unique<Row>());
@@ -29,13 +31,52 @@ unsigned int lcmpdetail::objectsDestroyed = 0;
 
 LcmpObject::~LcmpObject() {
     ++objectsDestroyed;
-    for (LcmpProperty* property : getProperties())
-        delete property;
+    // Not by a list of them: there may be no memory for it.
+    for (const auto& row : m_rows) {
+        for (const auto& entry : *row)
+            delete entry.second;
+    }
 }
 
 bool LcmpObject::update(LcmpProperty* /*property*/, unsigned int /*row*/) { return true; }
 
 bool LcmpObject::updated(LcmpProperty* /*property*/, unsigned int /*row*/) { return true; }
+
+namespace {
+
+// Whether a property is one of the library's own kinds of fixed width, whose answers are known. A derived
+// class may answer as it likes.
+bool isPlainWord(LcmpProperty& property, int type) {
+    const auto isExactly = [&property](const std::type_info& kind) { return typeid(property) == kind; };
+    switch (type) {
+        case UINT64:
+            return isExactly(typeid(TypeProperty<unsigned long long>));
+        case UINT32:
+            return isExactly(typeid(TypeProperty<unsigned int>));
+        case UINT16:
+            return isExactly(typeid(TypeProperty<unsigned short>));
+        case UINT8:
+            return isExactly(typeid(TypeProperty<unsigned char>));
+        case INT64:
+            return isExactly(typeid(TypeProperty<long long>));
+        case INT32:
+            return isExactly(typeid(TypeProperty<int>));
+        case INT16:
+            return isExactly(typeid(TypeProperty<short>));
+        case INT8:
+            return isExactly(typeid(TypeProperty<signed char>));
+        case BOOLEAN:
+            return isExactly(typeid(TypeProperty<bool>));
+        case IPv4ADDRESS:
+            return isExactly(typeid(IpAddressProperty));
+        case UNIX_TIME:
+            return isExactly(typeid(UnixTimeProperty));
+        default:
+            return false;
+    }
+}
+
+}  // namespace
 
 bool LcmpObject::addProp(LcmpProperty* property, unsigned int row) {
     if (property == nullptr) {
@@ -49,18 +90,34 @@ bool LcmpObject::addProp(LcmpProperty* property, unsigned int row) {
         LCMP_ERROR("[%s] Property %d already added", m_name.c_str(), property->m_id);
         return false;
     }
-    property->m_row = row;
+    // What may lack memory comes first: a property that was not added has left no trace.
+    m_index->makeRoom(property->m_id);
     properties.emplace(property->m_id, property);
     m_index->add(property, property->m_id, row);
+    property->m_row = row;
     LCMP_DEBUG3("[%s] Property %d added for row %d", m_name.c_str(), property->m_id, row);
     property->m_owner = this;
-    // A derived class may compose OIDs in a way of its own, and a legacy property change its id.
-    if ((typeid(*this) == typeid(LcmpTable) || typeid(*this) == typeid(LcmpScalar)) && !property->m_legacy) {
-        property->m_oid = getOID(property->m_id, row);
-        property->m_oidKnown = true;
-    }
+    if (property->m_eventPending)
+        noteChange(row);
+    settle(*property);
     return true;
 }
+
+// Keeps what the property would always answer from now on.
+void LcmpObject::settle(LcmpProperty& property) {
+    // A derived class may compose OIDs in a way of its own, and a legacy property change its id.
+    if ((typeid(*this) == typeid(LcmpTable) || typeid(*this) == typeid(LcmpScalar)) && !property.m_legacy) {
+        property.m_oid = getOID(property.m_id, property.m_row);
+        property.m_oidKnown = true;
+    }
+    const int type = property.getType();
+    if (isPlainWord(property, type)) {
+        property.m_wordType = static_cast<std::uint8_t>(type);
+        property.m_wordSize = static_cast<std::uint8_t>(lcmpTlvFixedWidth(static_cast<unsigned int>(type)));
+    }
+}
+
+void LcmpObject::noteChange(unsigned int row) { m_changedRows->note(row); }
 
 LcmpProperty* LcmpObject::getProp(unsigned int id, unsigned int row) {
     if (LcmpProperty* property = findProp(id, row)) {
@@ -104,12 +161,16 @@ std::vector<LcmpProperty*> LcmpObject::getProperties() const {
 
 std::vector<LcmpProperty*> LcmpObject::getPropertiesToEvent() const {
     std::vector<LcmpProperty*> properties;
-    for (const auto& row : m_rows) {
-        for (const auto& entry : *row) {
-            if (entry.second->sendEvent())
+    m_changedRows->visit([this, &properties](std::size_t row) {
+        for (const auto& entry : *m_rows[row]) {
+            if (entry.second->m_eventPending)
                 properties.push_back(entry.second);
         }
-    }
+    });
+    // Only when all are listed: where memory is lacking, none of them is forgotten.
+    m_changedRows->clear();
+    for (LcmpProperty* property : properties)
+        property->sendEvent();
     return properties;
 }
 
@@ -119,7 +180,8 @@ bool LcmpObject::updateAll() {
     return true;
 }
 
-void LcmpObject::setToDefault() {
+// The properties change, and they are the object's.
+void LcmpObject::setToDefault() {  // NOLINT(readability-make-member-function-const)
     for (LcmpProperty* property : getProperties())
         property->setToDefault();
 }

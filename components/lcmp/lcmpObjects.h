@@ -15,6 +15,7 @@
 class LcmpProperty;
 
 namespace lcmpdetail {
+class ChangedRows;
 class ObjectIndex;
 class PropertyIndex;
 }  // namespace lcmpdetail
@@ -95,10 +96,13 @@ public:
 
 private:
     friend class lcmpdetail::ObjectIndex;  // looks properties up
+    friend class LcmpProperty;             // tells that it has changed
 
     using Row = std::map<unsigned int, LcmpProperty*>;
 
     LcmpProperty* findProp(unsigned int id, unsigned int row) const;
+    void settle(LcmpProperty& property);
+    void noteChange(unsigned int row);
 
     ifcCard::IfcCardObjectType m_type;
     std::string m_name;
@@ -107,6 +111,7 @@ private:
     unsigned int m_rowCount;
     std::vector<std::unique_ptr<Row>> m_rows;
     std::unique_ptr<lcmpdetail::PropertyIndex> m_index;  // of the same properties, for lookups
+    std::unique_ptr<lcmpdetail::ChangedRows> m_changedRows;
 };
 
 /// Rows of variables; a property's id is its column.

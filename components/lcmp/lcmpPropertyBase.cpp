@@ -76,8 +76,11 @@ bool LcmpProperty::sendEvent() {
 }
 
 void LcmpProperty::markEvent() {
-    if (m_eventable)
-        m_eventPending = true;
+    if (!m_eventable)
+        return;
+    m_eventPending = true;
+    if (m_owner != nullptr)
+        m_owner->noteChange(m_row);
 }
 
 // ---------------------------------------------------------------- verification
@@ -86,9 +89,9 @@ int LcmpProperty::checkBuffer(const char* buffer, bool checkValue) {
     const TlvHeader header = getTlvHeader(buffer);
     if (!hasOid(header.oid))
         return RESULT_WRONG_OID;
-    if (header.type != getType()) {
+    if (header.type != announcedType()) {
         LCMP_ERROR("[%s] trying to deserialize to a property of wrong type this %i, buf %i", m_name.c_str(),
-                   getType(), header.type);
+                   announcedType(), header.type);
         return RESULT_WRONG_TYPE;
     }
     if (!hasSize(header.length))
@@ -109,6 +112,8 @@ int LcmpProperty::checkBuffer(const char* buffer, bool checkValue) {
 
 unsigned int LcmpProperty::readWidth() {
     constexpr unsigned int macSize = 6;
+    if (m_wordSize != 0)
+        return m_wordSize;
     const int type = getType();
     if (type == MAC_ADDRESS)
         return macSize;
@@ -133,17 +138,18 @@ bool LcmpProperty::hasOid(unsigned int oid) const {
 }
 
 bool LcmpProperty::hasSize(unsigned int announced) {
-    if (getType() == STRING) {
+    if (announcedType() == STRING) {
         LCMP_DEBUG3_FOR("checkBuffer", "[%s] we cannot know the size of a string when receiving, it is %i",
                         m_name.c_str(), announced);
         return true;
     }
-    if (announced == length())
+    if (announced == announcedLength())
         return true;
     LCMP_ERROR_FOR("checkBuffer",
                    "[%s] trying to deserialize a property but tlv has incorrect size parameter",
                    m_name.c_str());
-    LCMP_ERROR_FOR("checkBuffer", "[%s] it should be %i but it is %i", m_name.c_str(), length(), announced);
+    LCMP_ERROR_FOR("checkBuffer", "[%s] it should be %i but it is %i", m_name.c_str(), announcedLength(),
+                   announced);
     return false;
 }
 
@@ -152,6 +158,11 @@ bool LcmpProperty::hasSize(unsigned int announced) {
 char* LcmpProperty::startElement(char* buffer, int size, unsigned int length, int type) const {
     char* value = putElementHead(buffer, size, {getOid(), type, length});
     return value != nullptr ? value : noRoom();
+}
+
+int LcmpProperty::serializeWord(char* buffer) const {
+    static_assert(widestElement == tlvHeaderSize + sizeof m_word, "a word travels with its header");
+    return putWordElement(buffer, {getOid(), m_wordType, m_wordSize}, m_word);
 }
 
 char* LcmpProperty::noRoom() const {

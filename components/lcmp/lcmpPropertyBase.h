@@ -32,8 +32,9 @@ public:
     virtual void setToDefault();
     virtual bool isDefault() = 0;
 
-    /// Writes the property as one TLV element and returns the number of bytes, 7 + length(). Fewer than that
-    /// in `size`, or a negative size: one ERROR line, -1, buffer untouched.
+    /// Writes the property as one TLV element and returns the number of bytes, 7 + length(); what `size`
+    /// leaves behind them may be overwritten. Fewer than that in `size`, or a negative size: one ERROR line,
+    /// -1, buffer untouched.
     virtual int serialize(char* buffer, int size) = 0;
 
     /// Takes the value from the TLV element at `buffer` and returns the bytes it takes, 7 + the length it
@@ -127,14 +128,37 @@ protected:
     /// What startElement does when there is no room: one ERROR line, null.
     char* noRoom() const;
 
+    // For the library's own kinds of fixed width, which keep their value here: a number in the low bits of
+    // one word. An object that takes such a property in also notes how it travels, and from then on it is
+    // written and judged without asking it.
+    std::uint64_t word() const { return m_word; }
+    void setWord(std::uint64_t word) { m_word = word; }
+
+    bool travelsAsWord() const { return m_wordSize != 0; }
+
+    /// Whether serializeWord can do what serialize is asked to do. It wants room for the widest word there
+    /// is.
+    bool canSerializeWord(int size) const { return m_wordSize != 0 && size >= widestElement; }
+
+    /// Writes the whole element from the word and returns the bytes it takes. Up to seven zeros are stored
+    /// behind them.
+    int serializeWord(char* buffer) const;
+
     /// "  3 | <name in 40 columns> : ", the beginning of every property's line.
     std::string lineHead() const;
 
 private:
-    friend class LcmpObject;        // sets row and owner
+    friend class LcmpObject;        // sets row, owner and how the word travels
+    friend class LCMPMessage;       // writes words
     friend class OldStyleProperty;  // takes its id and row from an element, and can be copied
 
     LcmpProperty(const LcmpProperty&) = default;
+
+    static constexpr int widestElement = 15;  // bytes of an element whose value is a word
+
+    // What getType and length answer.
+    int announcedType() { return m_wordSize != 0 ? m_wordType : getType(); }
+    unsigned int announcedLength() { return m_wordSize != 0 ? m_wordSize : length(); }
 
     unsigned int composeOid() const;
     bool hasOid(unsigned int oid) const;
@@ -146,8 +170,11 @@ private:
     unsigned int m_row = 0;
     bool m_eventable;
     bool m_eventPending = false;
-    LcmpObject* m_owner = nullptr;
     bool m_legacy = false;    // this is an OldStyleProperty
     bool m_oidKnown = false;  // the owner would always compose the same
+    LcmpObject* m_owner = nullptr;
     unsigned int m_oid = 0;
+    std::uint8_t m_wordType = 0;  // how the word travels;
+    std::uint8_t m_wordSize = 0;  // 0 bytes: only the property itself knows
+    std::uint64_t m_word = 0;
 };

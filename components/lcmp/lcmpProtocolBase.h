@@ -21,6 +21,7 @@
 #include "lcmpmsg.h"
 
 namespace lcmpdetail {
+struct ByteView;
 struct Found;
 class ObjectIndex;
 }  // namespace lcmpdetail
@@ -158,9 +159,12 @@ private:
     void deleteEventTables();
     lcmpdetail::Found findProperty(unsigned int oid);
     lcmpdetail::Found askEveryObject(unsigned int oid) const;
-    bool dispatch(std::uint8_t action, int length, const char* data, LCMPResponse& response);
+    bool dispatch(LCMPRequest& request, int length, const char* data, LCMPResponse& response);
+    bool serve(LCMPRequest& request, int length, const char* data, LCMPResponse& response);
+    std::uint8_t followMessageId(std::uint16_t id, const std::string& peer);
 
-    bool resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy);
+    lcmpdetail::ByteView resolvePlainTlvs(lcmpdetail::ByteView rest, std::vector<LcmpProperty*>& properties);
+    void resolveTlvs(lcmpdetail::ByteView rest, LCMPRequest& request, LegacyList& legacy);
     void resolveTlv(const lcmpdetail::ElementView& element, LCMPRequest& request, LegacyList& legacy);
     void serveRead(LCMPRequest& request, const LegacyList& legacy, LCMPResponse& response);
     void serveWrite(LCMPRequest& request, LCMPResponse& response);

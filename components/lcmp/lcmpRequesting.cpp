@@ -182,10 +182,10 @@ bool LcmpProtocolBase::applyTlv(const ElementView& element, Source source,
 
 bool LcmpProtocolBase::acceptsElement(LcmpProperty& property, const ElementView& element, Source source) {
     const char* operation = operationName(source);
-    // checkBuffer may look at the property's own width, so the frame must hold that, whatever is declared.
-    const bool wholeValue = static_cast<unsigned int>(element.space) >= property.readWidth();
-    const int result =
-        wholeValue ? property.checkBuffer(element.begin, false) : static_cast<int>(RESULT_WRONG_LEN);
+    int result = property.checkBuffer(element.begin, false);
+    // The property will read its own width, so the frame must hold that, whatever is declared.
+    if (result == RESULT_OK && static_cast<unsigned int>(element.space) < property.readWidth())
+        result = RESULT_WRONG_LEN;
     if (result == RESULT_OK)
         return true;
     if (source == Source::response)

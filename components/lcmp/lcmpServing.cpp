@@ -21,24 +21,34 @@ int findMisfit(ByteView rest) {
 }  // namespace
 
 bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse& response) {
-    LCMPRequest request(response.getPeerAddress());
+    LCMPRequest request;
     const auto headerResult = static_cast<unsigned int>(request.deserialize(data, length));
     if (headerResult == RESULT_WRONG_LEN)
         return false;
     response.setResult(headerResult);
-    // Served even so: a duplicate or a gap is reported in the response, never refused.
-    response.setResult(checkMsgId(&request, response.getPeerAddress()));
+    return serve(request, length, data, response);
+}
 
-    const ByteView elements{data + request.getHeaderSize(), length - request.getHeaderSize()};
-    const int misfit = findMisfit(elements);
-    if (misfit >= 0) {
-        LCMP_ERROR("element %d does not fit into the request of %d bytes", misfit, length);
-        return sendRefusal(response, RESULT_WRONG_LEN, misfit);
-    }
+bool LcmpProtocolBase::serve(LCMPRequest& request, int length, const char* data, LCMPResponse& response) {
+    // Served even so: a duplicate or a gap is reported in the response, never refused.
+    response.setResult(followMessageId(request.getMessageId(), response.getPeerAddress()));
+
     LegacyList legacy;
     request.m_properties.swap(m_spareList);
     request.m_properties.clear();
-    const bool ordinary = resolveTlvs(length, data, request, legacy);
+    const ByteView rest = resolvePlainTlvs({data + request.getHeaderSize(), length - request.getHeaderSize()},
+                                           request.m_properties);
+    const bool ordinary = rest.left == 0;
+    const int misfit = ordinary ? -1 : findMisfit(rest);
+    if (misfit >= 0) {
+        const int position = request.countTlvs(0) + misfit;
+        LCMP_ERROR_FOR("handleRequest", "element %d does not fit into the request of %d bytes", position,
+                       length);
+        m_spareList.swap(request.m_properties);
+        return sendRefusal(response, RESULT_WRONG_LEN, position);
+    }
+    if (!ordinary)
+        resolveTlvs(rest, request, legacy);
     const bool write = request.getAction() == LCMP_ACTION_WRITE;
 
     // A read has nothing to check but OIDs, and those of ordinary elements have been found valid.
@@ -49,8 +59,8 @@ bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse&
         m_spareList.swap(request.m_properties);
         return sendRefusal(response, fault, faultIndex);
     }
-    LCMP_DEBUG3("LCMP %s message: length %d, %d tlvs", write ? "Write" : "Read", length,
-                request.countTlvs(0));
+    LCMP_DEBUG3_FOR("handleRequest", "LCMP %s message: length %d, %d tlvs", write ? "Write" : "Read", length,
+                    request.countTlvs(0));
     if (write)
         serveWrite(request, response);
     else
@@ -59,29 +69,31 @@ bool LcmpProtocolBase::handleRequest(int length, const char* data, LCMPResponse&
     const bool sent = sendMessage(&response);
     m_spareList.swap(write ? request.m_properties : response.m_properties);
     legacy.clear();
-    LCMP_DEBUG2("request handled: %s", sent ? "success" : "failed");
+    LCMP_DEBUG2_FOR("handleRequest", "request handled: %s", sent ? "success" : "failed");
     return sent;
 }
 
-// Finds the property of every element, and lets its owner prepare for being read or written. True when
-// nothing of an application's had a say in it and no element is a legacy one.
-bool LcmpProtocolBase::resolveTlvs(int length, const char* data, LCMPRequest& request, LegacyList& legacy) {
+// Nearly always all that is to be done: finds the properties of objects without hooks, as long as there is no
+// line to write. Returns what is left from the first element on that is of another kind or does not fit.
+// Nothing of an application's runs here, so a misfit further on is still found before anything is prepared.
+ByteView LcmpProtocolBase::resolvePlainTlvs(ByteView rest, std::vector<LcmpProperty*>& properties) {
     m_objectIndex->follow(lcmpObjects);
-    bool ordinary = true;
-    bool silent = !logs(debug2Level);
-    ByteView rest{data + request.getHeaderSize(), length - request.getHeaderSize()};
+    if (logs(debug2Level))
+        return rest;
+    NeighbourLookup lookup(*m_objectIndex);
     for (ElementView element; takeElement(rest, element);) {
-        // Nearly always: a property of an object without hooks, and no line to write.
-        LcmpProperty* property = m_objectIndex->look(element.header.oid).property;
-        if (silent && property != nullptr && property->asOldStyle() == nullptr) {
-            request.m_properties.push_back(property);
-            continue;
-        }
-        resolveTlv(element, request, legacy);
-        ordinary = false;
-        silent = !logs(debug2Level);  // an application's hook may have changed it
+        LcmpProperty* property = lookup.look(element.header.oid);
+        if (property == nullptr || property->asOldStyle() != nullptr)
+            return {element.begin, tlvHeaderSize + element.space};
+        properties.push_back(property);
     }
-    return ordinary;
+    return rest;
+}
+
+// Finds the property of every element, and lets its owner prepare for being read or written.
+void LcmpProtocolBase::resolveTlvs(ByteView rest, LCMPRequest& request, LegacyList& legacy) {
+    for (ElementView element; takeElement(rest, element);)
+        resolveTlv(element, request, legacy);
 }
 
 void LcmpProtocolBase::resolveTlv(const ElementView& element, LCMPRequest& request, LegacyList& legacy) {

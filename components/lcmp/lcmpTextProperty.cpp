@@ -31,6 +31,9 @@ StringProperty::StringProperty(unsigned int id, const char* name, IfcCardVarAcce
 
 StringProperty::~StringProperty() { delete m_check; }
 
+// Not inline, so that the class's table of virtual operations stands in the library alone.
+StringProperty::StringValueCheck::~StringValueCheck() = default;
+
 void StringProperty::setToDefault() { m_value = m_default; }
 
 bool StringProperty::isDefault() { return m_value == m_default; }

@@ -12,7 +12,7 @@ public:
     class LCMP_API StringValueCheck {
     public:
         StringValueCheck() = default;
-        virtual ~StringValueCheck() = default;
+        virtual ~StringValueCheck();
         StringValueCheck(const StringValueCheck&) = delete;
         StringValueCheck& operator=(const StringValueCheck&) = delete;
 

@@ -30,40 +30,43 @@ bool load<bool>(const unsigned char* bytes) {
     return *bytes != 0;
 }
 
-void storeHostWord(unsigned char* buffer, std::uint64_t bits, unsigned int width) {
+// In host order, with zeros in the rest of the smallest buffer.
+template <typename Word>
+void store(unsigned char* buffer, Word word) {
     std::memset(buffer, 0, minimumBuffer);
-    switch (width) {
-        case 8:
-            std::memcpy(buffer, &bits, sizeof bits);
-            break;
-        case 4: {
-            const auto word = static_cast<std::uint32_t>(bits);
-            std::memcpy(buffer, &word, sizeof word);
-            break;
-        }
-        case 2: {
-            const auto word = static_cast<std::uint16_t>(bits);
-            std::memcpy(buffer, &word, sizeof word);
-            break;
-        }
-        default:
-            *buffer = static_cast<unsigned char>(bits);
-    }
+    std::memcpy(buffer, &word, sizeof word);
 }
 
-std::uint64_t loadHostWord(const unsigned char* buffer, unsigned int width) {
+void storeHostWord(unsigned char* buffer, std::uint64_t bits, unsigned int width) {
     switch (width) {
         case 8:
-            return load<std::uint64_t>(buffer);
+            return store(buffer, bits);
         case 4:
-            return load<std::uint32_t>(buffer);
+            return store(buffer, static_cast<std::uint32_t>(bits));
+        case 2:
+            return store(buffer, static_cast<std::uint16_t>(bits));
         default:
-            return load<std::uint16_t>(buffer);
+            return store(buffer, static_cast<std::uint8_t>(bits));
     }
 }
 
-// Whether the codec moves values of this type as one number; all others are bytes, copied as they are.
-bool isWord(unsigned int type) { return lcmpTlvFixedWidth(type) > 1; }
+// The codec moves values of 2, 4 and 8 bytes as one number; all others are bytes, copied as they are. False:
+// this is such a one.
+bool putHostWord(char* p, const unsigned char* value, unsigned int width) {
+    switch (width) {
+        case 8:
+            putU64(p, load<std::uint64_t>(value));
+            return true;
+        case 4:
+            putU32(p, load<std::uint32_t>(value));
+            return true;
+        case 2:
+            putU16(p, load<std::uint16_t>(value));
+            return true;
+        default:
+            return false;
+    }
+}
 
 // A value that was announced with fewer bytes than its type has: those are its first ones on the wire.
 std::uint64_t getShortWord(const char* bytes, unsigned int count, unsigned int width) {
@@ -327,35 +330,52 @@ int LCMPTlv::serialize(char* buf) const {
     // Without a value the length stands all the same: the caller's accounting of bytes stays true.
     if (len == 0 || !isPointerValid())
         return size;
-    const unsigned int width = lcmpTlvFixedWidth(type);
-    if (isWord(type))
-        putWord(value, loadHostWord(val, width), width);
-    else
+    if (!putHostWord(value, val, lcmpTlvFixedWidth(type)))
         std::memcpy(value, val, len);
     return size;
 }
 
 int LCMPTlv::deserialize(const char* buf) {
     const TlvHeader header = getTlvHeader(buf);
+    const char* value = buf + tlvHeaderSize;
     const unsigned int oldLength = len;
     id = header.oid;
     type = header.type;
     len = header.length;
-    const int size = tlvHeaderSize + len;
+    // Nearly always a number with as many bytes as its type has, and room for it. Each width is a way of its
+    // own, so that in a row of elements the next one's place is known before this one's length is read.
+    if (val != nullptr && header.length <= oldLength && header.length == lcmpTlvFixedWidth(header.type)) {
+        switch (header.length) {
+            case 8:
+                store(val, getU64(value));
+                return tlvHeaderSize + 8;
+            case 4:
+                store(val, getU32(value));
+                return tlvHeaderSize + 4;
+            case 2:
+                store(val, getU16(value));
+                return tlvHeaderSize + 2;
+            default:
+                break;
+        }
+    }
+    takeValue(value, oldLength);
+    return tlvHeaderSize + header.length;
+}
+
+void LCMPTlv::takeValue(const char* value, unsigned int oldLength) {
     if (len == 0)
-        return size;
+        return;
     if ((val == nullptr || len > oldLength) && !makeRoom(oldLength)) {
         isPointerValid();  // tells that there is none
-        return size;
+        return;
     }
-    const char* value = buf + tlvHeaderSize;
     const unsigned int width = lcmpTlvFixedWidth(type);
-    if (isWord(type)) {
+    if (width > 1) {
         storeHostWord(val, len < width ? getShortWord(value, len, width) : getWord(value, width), width);
-        return size;
+        return;
     }
     if (len < minimumBuffer)
         std::memset(val, 0, minimumBuffer);
     std::memcpy(val, value, len);
-    return size;
 }

@@ -189,6 +189,7 @@ public:
 
 private:
     bool makeRoom(unsigned int oldLength);
+    void takeValue(const char* value, unsigned int oldLength);
     void storeWord(unsigned long long bits, unsigned int width, unsigned char newType);
     void storeBytes(const char* data, std::uint16_t size, unsigned char newType);
 };

@@ -56,6 +56,13 @@ int LCMPMessage::serializeFrame(char* buf, int size) const {
     return written != 0 && serializeSpecific(buf, size) != 0 ? written : 0;
 }
 
+// A word whose OID is known, too, is written without a call. 0: the property has to be asked.
+inline int LCMPMessage::putKnownWord(const LcmpProperty& property, char* buf, int size) {
+    if (!property.canSerializeWord(size) || !property.m_oidKnown)
+        return 0;
+    return putWordElement(buf, {property.m_oid, property.m_wordType, property.m_wordSize}, property.m_word);
+}
+
 // Writes the header that every kind begins with and the elements behind the kind's own, and returns the
 // number of bytes of the whole; 0 after a log line.
 int LCMPMessage::serializeTlvs(char* buf, int size) const {
@@ -69,20 +76,32 @@ int LCMPMessage::serializeTlvs(char* buf, int size) const {
     p = putU8(p, m_action);
     putU16(p, m_messageId);
 
-    int position = m_headerSize;
+    char* place = buf + m_headerSize;
+    char* const end = buf + size;
     for (LcmpProperty* property : m_properties) {
-        const int written = property->serialize(buf + position, size - position);
-        if (written == -1) {
-            LCMP_ERROR_FOR("serialize", "buffer got to small!");
+        const auto room = static_cast<int>(end - place);
+        int written = putKnownWord(*property, place, room);
+        if (written == 0)
+            written = serializeAsked(*property, place, room);
+        if (written < 0)
             return 0;
-        }
-        if (static_cast<unsigned int>(written) - tlvHeaderSize != property->length()) {
-            LCMP_ERROR_FOR("serialize", "serialize return wrong length!");
-            return 0;
-        }
-        position += written;
+        place += written;
     }
-    return position;
+    return static_cast<int>(place - buf);
+}
+
+// -1 after a log line.
+int LCMPMessage::serializeAsked(LcmpProperty& property, char* buf, int size) {
+    const int written = property.serialize(buf, size);
+    if (written == -1) {
+        LCMP_ERROR_FOR("serialize", "buffer got to small!");
+        return -1;
+    }
+    if (static_cast<unsigned int>(written) - tlvHeaderSize != property.length()) {
+        LCMP_ERROR_FOR("serialize", "serialize return wrong length!");
+        return -1;
+    }
+    return written;
 }
 
 int LCMPMessage::deserialize(const char* buf, int len) {
@@ -154,9 +173,10 @@ unsigned int LCMPMessage::checkTlv(LcmpProperty& property, const ElementView& el
         return LcmpObjectId(element.header.oid).m_result;
     if (!write)
         return RESULT_OK;
-    if (tooShortFor(property, element))
-        return RESULT_WRONG_LEN;
-    return static_cast<unsigned int>(property.checkBuffer(element.begin, true));
+    // Identity and type are told before the length; the value is looked at only where the frame has it whole.
+    const bool wholeValue = !tooShortFor(property, element);
+    const auto result = static_cast<unsigned int>(property.checkBuffer(element.begin, wholeValue));
+    return result == RESULT_OK && !wholeValue ? RESULT_WRONG_LEN : result;
 }
 
 bool LCMPMessage::deserializeTlvs(LcmpProtocolBase* endpoint) {
@@ -231,7 +251,7 @@ int LCMPMessage::countTlvs(int /*unused*/) const { return static_cast<int>(m_pro
 int LCMPMessage::sizeOfTlvs() const {
     unsigned long long size = 0;
     for (LcmpProperty* property : m_properties)
-        size += tlvHeaderSize + static_cast<unsigned long long>(property->length());
+        size += tlvHeaderSize + static_cast<unsigned long long>(property->announcedLength());
     return static_cast<int>(std::min<unsigned long long>(size, largestElementSum));
 }
 
@@ -248,6 +268,9 @@ void LCMPMessage::removeProperty(const LcmpProperty* property) {
 // ---------------------------------------------------------------- the kinds
 
 LCMPRequest::LCMPRequest(const std::string& peer) : LCMPMessage(requestKind, commonHeaderSize, peer) {}
+
+// Not inline, so that the class's table of virtual operations stands in the library alone.
+LCMPRequest::~LCMPRequest() = default;
 
 LCMPResponse::LCMPResponse(const std::string& peer) : LCMPMessage(responseKind, responseHeaderSize, peer) {}
 

@@ -112,6 +112,8 @@ private:
     friend class LcmpProtocolBase;  // hands the property list's storage from one served message to the next
 
     int serializeTlvs(char* buf, int size) const;
+    static int putKnownWord(const LcmpProperty& property, char* buf, int size);
+    static int serializeAsked(LcmpProperty& property, char* buf, int size);
     lcmpdetail::ByteView receivedElements() const;
     unsigned int checkTlv(LcmpProperty& property, const lcmpdetail::ElementView& element,
                           LcmpProtocolBase* endpoint) const;
@@ -135,6 +137,7 @@ private:
 class LCMP_API LCMPRequest : public LCMPMessage {
 public:
     explicit LCMPRequest(const std::string& peer = std::string());
+    ~LCMPRequest() override;
 };
 
 /// The answer to a request.

@@ -2,6 +2,8 @@
 
 #include <arpa/inet.h>
 
+#include <algorithm>
+
 namespace {
 
 constexpr unsigned int hostBits = 32;
@@ -26,12 +28,28 @@ bool parsePrefixLength(const std::string& digits, unsigned int& length) {
     return true;
 }
 
-std::string octet(std::uint32_t host, unsigned int shift) { return std::to_string((host >> shift) & 0xFFU); }
+char digit(unsigned int number) { return static_cast<char>('0' + number % 10); }
+
+char* putOctet(char* p, unsigned int octet) {
+    if (octet >= 100)
+        *p++ = digit(octet / 100);
+    if (octet >= 10)
+        *p++ = digit(octet / 10);
+    *p++ = digit(octet);
+    return p;
+}
 
 }  // namespace
 
+// Asked for every frame that arrives, so it is put together in one place.
 std::string lcmpUdpHostToText(std::uint32_t host) {
-    return octet(host, 24) + '.' + octet(host, 16) + '.' + octet(host, 8) + '.' + octet(host, 0);
+    char text[sizeof "255.255.255.255"];
+    char* p = putOctet(text, host >> 24);
+    for (const unsigned int shift : {16U, 8U, 0U}) {
+        *p++ = '.';
+        p = putOctet(p, (host >> shift) & 0xFF);
+    }
+    return {text, p};
 }
 
 std::string lcmpUdpToText(const LcmpUdpAddress& address) {
@@ -63,9 +81,6 @@ bool LcmpUdpAllowList::add(const std::string& cidr) {
 }
 
 bool LcmpUdpAllowList::contains(std::uint32_t host) const {
-    for (const Block& block : m_blocks) {
-        if ((host & block.mask) == block.host)
-            return true;
-    }
-    return false;
+    return std::any_of(m_blocks.begin(), m_blocks.end(),
+                       [host](const Block& block) { return (host & block.mask) == block.host; });
 }

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <utility>
 
+#include "detail/datagramBatch.h"
 #include "detail/frameHeader.h"
 #include "detail/udpExchange.h"
 #include "detail/udpSocket.h"
@@ -28,10 +29,10 @@ std::minstd_rand::result_type seedOf(const void* endpoint) {
 }
 
 // -1 for never, else rounded up: a wait that ends too early would only be repeated.
-int millisecondsUntil(LcmpUdpEndpoint::Clock::time_point time) {
+int millisecondsUntil(LcmpUdpEndpoint::Clock::time_point time, LcmpUdpEndpoint::Clock::time_point now) {
     if (time == never)
         return -1;
-    const auto left = std::chrono::ceil<LcmpUdpEndpoint::Milliseconds>(time - LcmpUdpEndpoint::Clock::now());
+    const auto left = std::chrono::ceil<LcmpUdpEndpoint::Milliseconds>(time - now);
     return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, INT_MAX));
 }
 
@@ -54,7 +55,10 @@ private:
 LcmpUdpEndpoint::LcmpUdpEndpoint() : LcmpUdpEndpoint(true) {}
 
 LcmpUdpEndpoint::LcmpUdpEndpoint(bool errorReplies)
-    : LcmpProtocolBase(errorReplies), m_random(seedOf(this)) {}
+    : LcmpProtocolBase(errorReplies),
+      m_random(seedOf(this)),
+      m_inbox(std::make_unique<lcmpudpdetail::Inbox>(receiveBufferSize)),
+      m_outbox(std::make_unique<lcmpudpdetail::Outbox>()) {}
 
 LcmpUdpEndpoint::~LcmpUdpEndpoint() { close(); }
 
@@ -74,10 +78,12 @@ bool LcmpUdpEndpoint::open(const std::string& address, std::uint16_t port) {
 void LcmpUdpEndpoint::close() {
     if (m_socket < 0)
         return;
+    sendOutbox();
     lcmpudpdetail::closeSocket(m_socket);
     m_socket = -1;
     m_local = {};
     m_kept.clear();
+    m_inbox->clear();
     ++m_closings;
 }
 
@@ -114,10 +120,11 @@ int LcmpUdpEndpoint::poll(Milliseconds timeout) {
     // After a wait one datagram is known to be there; asking for a second would nearly always be for nothing.
     for (int most = maxFramesPerTurn;; most = 1) {
         const int handled = takeTurn(most);
-        const bool ran = m_socket >= 0 && runEventHandlerIfDue();
-        if (handled != 0 || ran || m_socket < 0 || Clock::now() >= end)
+        const auto now = Clock::now();
+        const bool ran = m_socket >= 0 && runEventHandlerIfDue(now);
+        if (handled != 0 || ran || m_socket < 0 || now >= end)
             return handled;
-        const Slept slept = waitUntil(std::min(end, nextEvent()));
+        const Slept slept = waitUntil(std::min(end, nextEvent()), now);
         if (slept != Slept::through)
             return slept == Slept::interrupted ? 0 : -1;
     }
@@ -130,24 +137,45 @@ int LcmpUdpEndpoint::takeTurn(int most) {
         fail("poll", "the endpoint is closed");
         return -1;
     }
+    const int handled = takeDatagrams(most);
+    sendOutbox();
+    return handled;
+}
+
+int LcmpUdpEndpoint::takeDatagrams(int most) {
     int handled = 0;
-    // Asks anew each time what was kept: the frame before may have sent a request.
+    bool drained = false;
     for (int turn = 0; turn < most && m_socket >= 0; ++turn) {
-        if (!m_kept.empty()) {
-            handleKept();
-            ++handled;
-            continue;
+        // Where one was, there may be many: the next are received together.
+        if (turn > 0 && !holdsDatagrams()) {
+            if (drained)
+                break;
+            drained = !m_inbox->fill(m_socket, most - turn, m_local.host == 0);
+            if (m_inbox->empty())
+                break;
         }
-        Datagram datagram;
-        const Taken taken = receive(datagram);
+        const Taken taken = takeNext();
         if (taken == Taken::failed)
             return -1;
         if (taken == Taken::nothing)
             break;
-        if (taken == Taken::datagram && handleReceived(datagram))
+        if (taken == Taken::datagram)
             ++handled;
     }
     return handled;
+}
+
+bool LcmpUdpEndpoint::holdsDatagrams() const { return !m_kept.empty() || !m_inbox->empty(); }
+
+// Handles the oldest of those at hand, or one from the socket.
+LcmpUdpEndpoint::Taken LcmpUdpEndpoint::takeNext() {
+    if (!m_kept.empty()) {
+        handleKept();
+        return Taken::datagram;
+    }
+    Datagram datagram;
+    const Taken taken = receive(datagram);
+    return taken == Taken::datagram && !handleReceived(datagram) ? Taken::dropped : taken;
 }
 
 int LcmpUdpEndpoint::onDeadline() {
@@ -156,26 +184,29 @@ int LcmpUdpEndpoint::onDeadline() {
         return -1;
     }
     int handled = 0;
-    for (; handled < maxFramesPerTurn && !m_kept.empty(); ++handled)
-        handleKept();
+    for (int turn = 0; turn < maxFramesPerTurn && holdsDatagrams(); ++turn)
+        handled += takeNext() == Taken::datagram ? 1 : 0;
+    sendOutbox();
     if (m_socket >= 0)
-        runEventHandlerIfDue();
+        runEventHandlerIfDue(Clock::now());
     return handled;
 }
 
 int LcmpUdpEndpoint::millisecondsToDeadline() const {
     if (m_socket < 0)
         return -1;
-    return m_kept.empty() ? millisecondsUntil(nextEvent()) : 0;
+    return holdsDatagrams() ? 0 : millisecondsUntil(nextEvent(), Clock::now());
 }
 
-void LcmpUdpEndpoint::frameReceived(const LcmpUdpAddress&, const char*, int) {}
+void LcmpUdpEndpoint::frameReceived(const LcmpUdpAddress& /*from*/, const char* /*data*/, int /*size*/) {}
 
 LcmpUdpEndpoint::Taken LcmpUdpEndpoint::receive(Datagram& datagram) {
     if (m_receiveBuffer == nullptr)
         m_receiveBuffer.reset(new char[receiveBufferSize]);
     const lcmpudpdetail::Receipt receipt =
-        lcmpudpdetail::receiveDatagram(m_socket, m_receiveBuffer.get(), receiveBufferSize, m_local.host == 0);
+        m_inbox->empty() ? lcmpudpdetail::receiveDatagram(m_socket, m_receiveBuffer.get(), receiveBufferSize,
+                                                          m_local.host == 0)
+                         : m_inbox->take(m_receiveBuffer);
     if (receipt.error != 0)
         return receiveFailed(receipt.error);
     ++m_counters.received;
@@ -244,7 +275,11 @@ void LcmpUdpEndpoint::handleFrame(const Datagram& datagram, const char* bytes) {
     ++m_counters.handled;
     const int size = static_cast<int>(datagram.size);
     frameReceived(datagram.peer, bytes, size);
-    handleLcmpMsg(size, bytes, lcmpUdpHostToText(datagram.peer.host).c_str());
+    if (m_peerText.empty() || m_peerTextHost != datagram.peer.host) {
+        m_peerText = lcmpUdpHostToText(datagram.peer.host);
+        m_peerTextHost = datagram.peer.host;
+    }
+    handleLcmpMsg(size, bytes, m_peerText.c_str());
 }
 
 void LcmpUdpEndpoint::countStray(const LcmpUdpAddress& peer) {
@@ -260,11 +295,8 @@ void LcmpUdpEndpoint::keep(const Datagram& datagram) {
     ++m_counters.kept;
 }
 
-bool LcmpUdpEndpoint::runEventHandlerIfDue() {
-    if (m_eventPeriod.count() == 0)
-        return false;
-    const auto now = Clock::now();
-    if (now < m_nextEvent)
+bool LcmpUdpEndpoint::runEventHandlerIfDue(Clock::time_point now) {
+    if (m_eventPeriod.count() == 0 || now < m_nextEvent)
         return false;
     // In step with the first run, unless a whole period was missed.
     m_nextEvent += m_eventPeriod;
@@ -278,8 +310,8 @@ LcmpUdpEndpoint::Clock::time_point LcmpUdpEndpoint::nextEvent() const {
     return m_eventPeriod.count() == 0 ? never : m_nextEvent;
 }
 
-LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitUntil(Clock::time_point time) {
-    const int error = lcmpudpdetail::awaitReadable(m_socket, millisecondsUntil(time));
+LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitUntil(Clock::time_point time, Clock::time_point now) {
+    const int error = lcmpudpdetail::awaitReadable(m_socket, millisecondsUntil(time, now));
     if (error == EINTR)
         return Slept::interrupted;
     if (error == 0 || lcmpudpdetail::isPassing(error))

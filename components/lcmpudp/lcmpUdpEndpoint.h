@@ -37,6 +37,11 @@ struct LcmpUdpCounters {
     std::uint64_t receiveFailures = 0;  ///< Errors on receiving, passing ones (EINTR aside) included.
 };
 
+namespace lcmpudpdetail {
+class Inbox;
+class Outbox;
+}  // namespace lcmpudpdetail
+
 class LCMP_API LcmpUdpEndpoint : public LcmpProtocolBase {
 public:
     using Clock = std::chrono::steady_clock;
@@ -56,7 +61,8 @@ public:
     /// failed is in getLastError(), and the endpoint stays closed. An open one is closed first.
     bool open(const std::string& address, std::uint16_t port);
 
-    /// Closes the socket and forgets datagrams that were kept. Harmless when it is closed.
+    /// Closes the socket and forgets datagrams that were kept. Harmless when it is closed. What the system
+    /// says against closing is not told: the socket is gone all the same.
     void close();
 
     /// The address and port the socket is bound to; zeros when closed.
@@ -162,6 +168,9 @@ private:
     enum class Slept { through, interrupted, failed };
 
     int takeTurn(int most);
+    int takeDatagrams(int most);
+    bool holdsDatagrams() const;
+    Taken takeNext();
     Taken receive(Datagram& datagram);
     bool isTarget(const LcmpUdpAddress& peer) const;
     bool isAllowed(const Datagram& datagram) const;
@@ -172,9 +181,9 @@ private:
     void countStray(const LcmpUdpAddress& peer);
     void keep(const Datagram& datagram);
 
-    bool runEventHandlerIfDue();
+    bool runEventHandlerIfDue(Clock::time_point now);
     Clock::time_point nextEvent() const;
-    Slept waitUntil(Clock::time_point time);
+    Slept waitUntil(Clock::time_point time, Clock::time_point now);
 
     bool sendAny(LCMPMessage* msg, Frame& frame);
     bool encode(const LCMPMessage& msg, Frame& frame);
@@ -189,6 +198,8 @@ private:
     bool sendEventFrame(const LCMPMessage& msg, Frame& frame);
     int transmit(const Frame& frame, const LcmpUdpAddress& to, std::uint32_t from);
     int transmit(const char* data, std::size_t size, const LcmpUdpAddress& to, std::uint32_t from);
+    void sendOutbox();
+    void countUnsent(const LcmpUdpAddress& to, int error);
 
     bool parsePeer(const char* what, const std::string& address, std::uint16_t port, LcmpUdpAddress& peer);
     bool fail(const std::string& attempt, const char* reason);
@@ -211,4 +222,8 @@ private:
     Buffer m_receiveBuffer;       // lent to the frame that is being handled
     Buffer m_sendBuffer;          // lent to the message that is being sent
     std::minstd_rand m_random;
+    std::unique_ptr<lcmpudpdetail::Inbox> m_inbox;    // received together, not yet handled
+    std::unique_ptr<lcmpudpdetail::Outbox> m_outbox;  // responses to such, not yet sent
+    std::string m_peerText;  // of the peer whose frame was handled last: it comes again
+    std::uint32_t m_peerTextHost = 0;
 };

@@ -1,7 +1,9 @@
 // The way out: responses, events, and requests with the wait for their reply.
 #include <algorithm>
+#include <typeinfo>
 #include <utility>
 
+#include "detail/datagramBatch.h"
 #include "detail/frameHeader.h"
 #include "detail/udpExchange.h"
 #include "detail/udpSocket.h"
@@ -15,6 +17,12 @@ std::uint8_t replyActionOf(std::uint8_t action) {
     return action == LCMP_ACTION_READ ? LCMP_ACTION_READ_RESPONSE : LCMP_ACTION_WRITE_RESPONSE;
 }
 
+// A cast to what a message is would find out by a search; nearly always it is exactly that.
+template <typename Kind>
+bool isA(LCMPMessage* msg) {
+    return msg != nullptr && (typeid(*msg) == typeid(Kind) || dynamic_cast<Kind*>(msg) != nullptr);
+}
+
 }  // namespace
 
 bool LcmpUdpEndpoint::sendMessage(LCMPMessage* msg) {
@@ -26,11 +34,11 @@ bool LcmpUdpEndpoint::sendMessage(LCMPMessage* msg) {
 }
 
 bool LcmpUdpEndpoint::sendAny(LCMPMessage* msg, Frame& frame) {
-    if (dynamic_cast<LCMPResponse*>(msg) != nullptr)
+    if (isA<LCMPResponse>(msg))
         return sendResponseFrame(*msg, frame);
-    if (dynamic_cast<LCMPRequest*>(msg) != nullptr)
+    if (isA<LCMPRequest>(msg))
         return sendRequestFrame(*msg, frame);
-    if (dynamic_cast<LCMPAmi*>(msg) != nullptr)
+    if (isA<LCMPAmi>(msg))
         return sendEventFrame(*msg, frame);
     return fail("send", "neither a request nor a response nor an event");
 }
@@ -58,7 +66,13 @@ bool LcmpUdpEndpoint::sendResponseFrame(const LCMPMessage& msg, Frame& frame) {
     // Asked last: until here a hook may have closed the socket, and opened another that nobody asked.
     if (m_served == nullptr || m_served->closings != m_closings)
         return fail("response", "the peer that asked is out of reach");
-    return transmit(frame, m_served->peer, m_served->asked) == 0;
+    // With more frames at hand their responses go out together.
+    if (m_inbox->empty() && m_outbox->empty())
+        return transmit(frame, m_served->peer, m_served->asked) == 0;
+    m_outbox->add(frame.bytes.get(), frame.size, m_served->peer, m_served->asked);
+    if (m_inbox->empty() || m_outbox->full())
+        sendOutbox();
+    return true;
 }
 
 bool LcmpUdpEndpoint::sendEventFrame(const LCMPMessage& msg, Frame& frame) {
@@ -117,11 +131,12 @@ LcmpUdpEndpoint::Waited LcmpUdpEndpoint::awaitReply(const ReplyMatch& match, Clo
         }
         if (taken == Taken::datagram)
             sortAside(datagram);
-        if (Clock::now() >= deadline)
+        const auto now = Clock::now();
+        if (now >= deadline)
             return Waited::timedOut;
         if (taken != Taken::nothing)
             continue;
-        if (waitUntil(deadline) == Slept::failed)
+        if (waitUntil(deadline, now) == Slept::failed)
             return Waited::failed;
     }
 }
@@ -166,12 +181,24 @@ int LcmpUdpEndpoint::transmit(const Frame& frame, const LcmpUdpAddress& to, std:
 
 int LcmpUdpEndpoint::transmit(const char* data, std::size_t size, const LcmpUdpAddress& to,
                               std::uint32_t from) {
+    sendOutbox();
     const int error = lcmpudpdetail::sendDatagram(m_socket, data, size, to, from);
-    if (error == 0) {
+    if (error == 0)
         ++m_counters.sent;
-    } else {
-        ++m_counters.sendFailures;
-        fail("send to " + lcmpUdpToText(to), error);
-    }
+    else
+        countUnsent(to, error);
     return error;
+}
+
+void LcmpUdpEndpoint::sendOutbox() {
+    if (m_outbox->empty())
+        return;
+    const int sent =
+        m_outbox->send(m_socket, [this](const LcmpUdpAddress& to, int error) { countUnsent(to, error); });
+    m_counters.sent += static_cast<unsigned int>(sent);
+}
+
+void LcmpUdpEndpoint::countUnsent(const LcmpUdpAddress& to, int error) {
+    ++m_counters.sendFailures;
+    fail("send to " + lcmpUdpToText(to), error);
 }

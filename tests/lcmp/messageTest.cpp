@@ -235,6 +235,23 @@ TEST(Serialising, FailsWhenAPropertyDoes) {
     }
 }
 
+// What serializeFrame returns at every size: nothing below the size of the frame, and that size from there
+// on.
+TEST(SerialisingFrame, TellsItsSizeOrThatThereIsNoRoom) {
+    LcmpScalar control("control", 3, true);
+    auto* number = new TypeProperty<unsigned short>(2, "number", IFC_CARD_VAR_WRITABLE, 0x0102);
+    control.addProp(number, 0);
+    LCMPResponse response;
+    response.addProperty(number);
+    const int need = response.getHeaderSize() + response.sizeOfTlvs();
+    for (int size = 0; size <= need + 1; ++size) {
+        GuardedBytes guarded(static_cast<std::size_t>(size));
+        CapturedLog log(levelError);
+        EXPECT_EQ(response.serializeFrame(guarded.data(), size), size < need ? 0 : need) << size;
+        EXPECT_EQ(log.lines().empty(), size >= need) << size;
+    }
+}
+
 TEST(SerialisingLog, TellsThatTheBufferIsTooSmall) {
     EXPECT_LOGS_FROM(messageFile, "serialize", "ERROR", "trying to serialize in a too small buffer!", [] {
         GuardedBytes guarded(7);
@@ -818,6 +835,16 @@ TEST_F(StoredElements, OfEveryFixedWidthStopAtTheEndOfTheFrame) {
         EXPECT_TRUE(Received(writeRequest(7, {whole}), {property}).store()) << property->getName();
         EXPECT_FALSE(property->isDefault());
     }
+}
+
+TEST(StoredElementsLog, TellsWhichElementDoesNotFit) {
+    const std::string whole = writeRequest(7, {goodClk, goodReboot, goodTimer});
+    EXPECT_LOGS_FROM(messageFile, "deserializeTlvs", "ERROR", "element 2 does not fit into the message", [&] {
+        Card card;
+        Received(whole.substr(0, whole.size() - 1),
+                 {&card.property(bpClkRef), &card.property(reboot), &card.property(commitTimer)})
+            .store();
+    });
 }
 
 TEST(StoredElementsLog, TellsWhetherEachObjectCouldUseItsValue) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "card.h"
+#include "frames.h"
 
 namespace {
 
@@ -326,6 +327,13 @@ INSTANTIATE_TEST_SUITE_P(
         // Access comes after identity, type and size.
         RefusedElement{"wrong type, read-only", {hardwareVersion, INT8, "00"}, RESULT_WRONG_TYPE},
         RefusedElement{"wrong length, read-only", {hardwareVersion, UINT8, "0000"}, RESULT_WRONG_LEN}));
+
+// The frame ends before the width of the variable does.
+TEST(RefusedWrite, TellsAWrongTypeBeforeTheLength) {
+    Card card;
+    card.request(frame("../regression/0001-length-told-before-type/write").bytes);
+    EXPECT_EQ(card.answer(), refused(RESULT_WRONG_TYPE, 0));
+}
 
 TEST(RefusedWrite, RunsUpdateForAllItsVariablesAndNothingElse) {
     Card card;

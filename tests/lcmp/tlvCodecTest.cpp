@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "capturedLog.h"
 #include "heldTlv.h"
@@ -150,6 +151,15 @@ TEST(TlvWire, OfLengthZeroIsReadWithoutABuffer) {
         EXPECT_EQ(element.wire(), header(0x01020304, type, 0));
     }
     EXPECT_EQ(log.all(), "");
+}
+
+TEST(TlvWire, IsReadWhateverLengthStandsInAnElementWithoutABuffer) {
+    for (const std::uint16_t length : std::vector<std::uint16_t>{1, 4, 65535}) {
+        HeldTlv element;
+        element.len = length;
+        element.receive(bytes("11800002 05 0004 00000102"));
+        EXPECT_EQ(element.getValueAsInt32(), 0x102) << length;
+    }
 }
 
 TEST(TlvWire, OfLengthZeroLeavesTheBufferOfTheValueBefore) {

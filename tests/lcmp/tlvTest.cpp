@@ -639,6 +639,20 @@ TEST(TlvAny, AddressesByteArraysAndUnknownTypesHaveNone) {
     }
 }
 
+TEST(TlvPointerGetters, IntoNullAreFalse) {
+    HeldTlv element;
+    element.setValue(1ULL);
+    EXPECT_FALSE(element.getValue(static_cast<unsigned long long*>(nullptr)));
+    EXPECT_FALSE(element.getValue(static_cast<unsigned int*>(nullptr)));
+    EXPECT_FALSE(element.getValue(static_cast<unsigned short*>(nullptr)));
+    EXPECT_FALSE(element.getValue(static_cast<unsigned char*>(nullptr)));
+    EXPECT_FALSE(element.getValue(static_cast<long long*>(nullptr)));
+    EXPECT_FALSE(element.getValue(static_cast<int*>(nullptr)));
+    EXPECT_FALSE(element.getValue(static_cast<short*>(nullptr)));
+    EXPECT_FALSE(element.getValue(static_cast<signed char*>(nullptr)));
+    EXPECT_FALSE(element.getValue(static_cast<bool*>(nullptr)));
+}
+
 TEST(TlvAny, IntoNullIsFalse) {
     HeldTlv element;
     element.setValue(1U);

@@ -47,6 +47,13 @@ int waitFrozen(System& system, pollfd* sockets, nfds_t count, int milliseconds) 
     return 0;
 }
 
+// What goes wrong before a receive is tried; 0: nothing.
+int beforeReceive(System& system) {
+    ++system.receives;
+    system.onReceive();
+    return takeError(system.receiveErrors);
+}
+
 }  // namespace
 
 // The endpoint's calls end here: a definition in the program comes before the C library's.
@@ -57,9 +64,7 @@ INTERPOSED ssize_t recvmsg(int fileDescriptor, msghdr* message, int flags) {
     System* const system = watching(fileDescriptor);
     if (system == nullptr)
         return real(fileDescriptor, message, flags);
-    ++system->receives;
-    system->onReceive();
-    const int error = takeError(system->receiveErrors);
+    const int error = beforeReceive(*system);
     if (error != 0) {
         errno = error;
         return -1;
@@ -80,9 +85,7 @@ INTERPOSED ssize_t recvfrom(int fileDescriptor, void* buffer, std::size_t size, 
     System* const system = watching(fileDescriptor);
     if (system == nullptr)
         return real(fileDescriptor, buffer, size, flags, from, fromSize);
-    ++system->receives;
-    system->onReceive();
-    const int error = takeError(system->receiveErrors);
+    const int error = beforeReceive(*system);
     if (error != 0) {
         errno = error;
         return -1;
@@ -130,6 +133,39 @@ INTERPOSED ssize_t sendmsg(int fileDescriptor, const msghdr* message, int flags)
     system->onSent();
     errno = sendError;
     return sent;
+}
+
+// The calls for several datagrams: one after the other, each of them counted, up to the first that fails. Its
+// error is told by the next call, when it is the first there.
+
+namespace {
+
+bool failsNext(const std::deque<int>& errors) { return !errors.empty() && errors.front() != 0; }
+
+template <typename Call>
+int oneByOne(mmsghdr* messages, unsigned int count, const std::deque<int>* errors, Call call) {
+    for (unsigned int i = 0; i < count; ++i) {
+        const bool toldLater = i > 0 && errors != nullptr && failsNext(*errors);
+        const ssize_t length = toldLater ? -1 : call(&messages[i].msg_hdr);
+        if (length < 0)
+            return i > 0 ? static_cast<int>(i) : -1;
+        messages[i].msg_len = static_cast<unsigned int>(length);
+    }
+    return static_cast<int>(count);
+}
+
+}  // namespace
+
+INTERPOSED int recvmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags, timespec*) {
+    const System* const system = watching(fileDescriptor);
+    return oneByOne(messages, count, system != nullptr ? &system->receiveErrors : nullptr,
+                    [&](msghdr* message) { return recvmsg(fileDescriptor, message, flags); });
+}
+
+INTERPOSED int sendmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags) {
+    const System* const system = watching(fileDescriptor);
+    return oneByOne(messages, count, system != nullptr ? &system->sendErrors : nullptr,
+                    [&](msghdr* message) { return sendmsg(fileDescriptor, message, flags); });
 }
 
 // Under a name of its own here: the system's declaration says that nothing of the array is read.

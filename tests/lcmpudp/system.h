@@ -18,7 +18,8 @@ public:
     System(const System&) = delete;
     System& operator=(const System&) = delete;
 
-    // Calls so far, refused ones included.
+    // Calls so far, refused ones included. A call for several datagrams counts once for each, and once for
+    // finding no more.
     int receives = 0;
     int sends = 0;
     int waits = 0;

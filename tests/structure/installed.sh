@@ -24,4 +24,11 @@ cp -r "$consumer" "$work/consumer"
 cmake -S "$work/consumer" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
     -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE="$build_type" -DCMAKE_CXX_FLAGS="$flags"
 cmake --build "$work/build"
+
+# A class's table of virtual operations and its type information stand in the library alone: a program that had
+# its own could not be told from one that was built against another version.
+own=$(find "$work/build" -name '*.cpp.o' -exec "${NM:-nm}" -C --defined-only {} + |
+    grep -E ' [VW] (vtable|typeinfo) for ' | grep -Ev ' for (std|boost|__cxxabiv1)::' || true)
+[ -z "$own" ] || { printf 'the library should have these, not its user:\n%s\n' "$own"; exit 1; }
+
 ctest --test-dir "$work/build" --output-on-failure --no-tests=error

@@ -31,7 +31,8 @@ class Runs(unittest.TestCase):
         self.tree = pathlib.Path(folder.name) / "a tree"
         for place in ["scripts", ".ci"]:
             shutil.copytree(ROOT / place, self.tree / place)
-        self.has("scripts/setup", 'exit "${SETUP:-0}"')
+        self.has("scripts/setup", 'echo "setup $*" >>"$CALLS"; exit "${SETUP:-0}"')
+        self.has("scripts/valgrind", 'echo "valgrind $*" >>"$CALLS"; printf "looking\\n$SAID\\n"; exit "$COMMAND"')
         self.has("bin/cmake", CMAKE)
         self.has("bin/ctest", CTEST)
 
@@ -46,31 +47,52 @@ class Runs(unittest.TestCase):
         done = subprocess.run(
             [self.tree / command[0], *command[1:]], cwd="/", capture_output=True, text=True, check=False,
             env={**os.environ, "PATH": f"{self.tree}/bin:{os.environ['PATH']}", "CALLS": str(calls), "STATUS": "0",
-                 "REPORT": "", "BROKEN_BUILD": "none", "JOBS": "7", **environment})
+                 "REPORT": "", "SAID": "count: 34 tests", "COMMAND": "0", "BROKEN_BUILD": "none", "JOBS": "7", **environment})
         return done.returncode, done.stdout, calls.read_text() if calls.exists() else ""
 
     def test_one_stage_is_built_and_tested(self):
         status, printed, calls = self.run_script("scripts/test")
         self.assertEqual(status, 0)
         self.assertRegex(printed, r"\ndev +12 tests +\d+ s +passed\n$")
-        self.assertRegex(calls, r"^cmake --preset dev .*\ncmake --build --preset dev --parallel 7\nctest --preset dev ")
+        self.assertRegex(calls, r"^setup \ncmake --preset dev .*\ncmake --build --preset dev --parallel 7\nctest --preset dev ")
         self.assertNotIn("clang", calls)
 
-    def test_all_are_three_stages_for_ci_too(self):
+    def test_all_are_all_stages_for_ci_too(self):
+        expected = "".join(rf"{stage} +12 tests +\d+ s +passed\n"
+                           for stage in ["dev", "clang", "asan", "powerpc", "powerpc-asan"])
         for command in [["scripts/test", "--all"], [".ci/run"]]:
-            status, printed, _ = self.run_script(*command)
+            status, printed, calls = self.run_script(*command)
             self.assertEqual(status, 0)
-            self.assertRegex(printed, r"\ndev +12 tests .* passed\nclang +12 tests .* passed\nasan +12 tests .* passed\n$")
+            self.assertRegex(printed, rf"\n{expected}valgrind +34 tests +\d+ s +passed\n$")
+            self.assertTrue(calls.startswith("setup --all\n"), calls)
+            self.assertIn("\nvalgrind build/dev\n", calls)
 
     def test_arguments_reach_ctest(self):
         _, _, calls = self.run_script("scripts/test", "-R", "One or two")
         self.assertRegex(calls, r"\nctest --preset dev --parallel 7 .* -R One or two\n$")
 
-    def test_a_test_that_fails_fails_the_run_and_ends_it(self):
-        status, printed, calls = self.run_script("scripts/test", "--all", STATUS="8")
+    def test_with_arguments_only_ctest_runs(self):
+        status, printed, calls = self.run_script("scripts/test", "--all", "-R", "One")
+        self.assertEqual(status, 0)
+        self.assertRegex(calls, r"\nctest --preset powerpc-asan .* -R One\n$")
+        self.assertNotIn("valgrind", printed)
+
+    def test_a_test_that_fails_fails_the_run_and_the_others_run(self):
+        status, printed, _ = self.run_script("scripts/test", "--all", STATUS="8")
         self.assertEqual(status, 1)
-        self.assertRegex(printed, r"\ndev +12 tests +\d+ s +FAILED\n$")
-        self.assertNotIn("clang", calls)
+        self.assertRegex(printed, r"\ndev +12 tests +\d+ s +FAILED\n")
+        self.assertRegex(printed, r"\nvalgrind +34 tests +\d+ s +passed\n$")
+
+    def test_a_command_that_fails_fails_the_run(self):
+        status, printed, _ = self.run_script("scripts/test", "--all", COMMAND="1")
+        self.assertEqual(status, 1)
+        self.assertRegex(printed, r"\nvalgrind +34 tests +\d+ s +FAILED\n$")
+
+    def test_a_command_that_counted_nothing_has_not_passed(self):
+        for said in ["", "all is well", "count: 0 tests", "count: 34 tests\\nand more"]:
+            status, printed, _ = self.run_script("scripts/test", "--all", SAID=said)
+            self.assertEqual(status, 1, said)
+            self.assertRegex(printed, r"\nvalgrind +0 .* FAILED\n$")
 
     def test_of_the_tests_those_that_fail_are_shown(self):
         _, printed, _ = self.run_script("scripts/test", STATUS="8")
@@ -91,7 +113,7 @@ class Runs(unittest.TestCase):
 
     def test_without_its_packages_nothing_is_built(self):
         status, _, calls = self.run_script("scripts/test", SETUP="1")
-        self.assertEqual((status, calls), (1, ""))
+        self.assertEqual((status, calls), (1, "setup \n"))
 
 
 if __name__ == "__main__":

@@ -15,7 +15,12 @@ import unittest
 SETUP = ""
 # Every command writes down how it was called; dpkg-query knows all packages but those in the file "missing".
 DPKG_QUERY = 'grep -qx "$4" "$HOME/missing" && exit 1; printf installed'
-APT_GET = 'printf "%s apt-get %s\\n" "$DEBIAN_FRONTEND" "$*" >>"$HOME/calls"; [ ! -e "$HOME/offline" ]'
+APT_GET = """printf "%s apt-get %s\\n" "$DEBIAN_FRONTEND" "$*" >>"$HOME/calls"
+[ ! -e "$HOME/offline" ] || exit 100
+case "$*" in *" source "*) : >"${!#}_1.dsc" ;; esac
+"""
+# dpkg-source leaves what it was told to unpack.
+DPKG_SOURCE = 'mkdir "${@: -1}"; printf "%s" "$3" >"${@: -1}/CMakeLists.txt"'
 SUDO = 'printf "sudo " >>"$HOME/calls"; exec "$@"'
 
 
@@ -24,12 +29,16 @@ class Setup(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.home = pathlib.Path(folder.name)
-        for tool in ["bash", "env", "grep"]:
+        for tool in ["bash", "dirname", "env", "grep", "mkdir", "mv", "readlink", "rm", "sed"]:
             (self.home / tool).symlink_to(shutil.which(tool))
+        self.tree = self.home / "a tree"
+        (self.tree / "scripts").mkdir(parents=True)
+        self.script = shutil.copy(SETUP, self.tree / "scripts")
         self.lacks()
         self.has("id", "printf 0")
         self.has("apt-get", APT_GET)
         self.has("dpkg-query", DPKG_QUERY)
+        self.has("dpkg-source", DPKG_SOURCE)
 
     def has(self, command, script):
         (self.home / command).write_text(f"#!{shutil.which('bash')}\n{script}\n")
@@ -38,9 +47,9 @@ class Setup(unittest.TestCase):
     def lacks(self, *packages):
         (self.home / "missing").write_text("".join(f"{package}\n" for package in packages))
 
-    def run_setup(self, **environment):
+    def run_setup(self, *arguments, **environment):
         """(exit status, what it said, the calls of apt-get)"""
-        done = subprocess.run([SETUP], env={"PATH": str(self.home), "HOME": str(self.home), **environment}, cwd="/",
+        done = subprocess.run([self.script, *arguments], env={"PATH": str(self.home), "HOME": str(self.home), **environment}, cwd="/",
                               capture_output=True, text=True, check=False)
         calls = self.home / "calls"
         return done.returncode, done.stdout + done.stderr, calls.read_text().splitlines() if calls.exists() else []
@@ -86,6 +95,36 @@ class Setup(unittest.TestCase):
         self.assertIn("there is no apt-get here", said)
         needed = re.findall(r"^  (\S+)$", said, re.MULTILINE)
         self.assertTrue({"g++", "cmake", "libboost-dev", "libgtest-dev"} <= set(needed), needed)
+        self.assertFalse({"qemu-user", "tshark", "libsnmp-dev"} & set(needed), needed)
+
+    def test_more_is_installed_only_on_demand(self):
+        self.lacks("qemu-user", "libsnmp-dev")
+        for arguments, said in [([], ""), (["--all"], "qemu-user"), (["--bench"], "libsnmp-dev"),
+                                (["--bench", "--all"], "libsnmp-dev qemu-user")]:
+            self.assertEqual(self.run_setup(*arguments)[1].splitlines()[:1], [f"setup: installing {said}"] if said else [])
+
+    def test_sources_are_fetched_once_and_by_an_apt_of_their_own(self):
+        status, said, calls = self.run_setup("--all")
+        self.assertEqual((status, said), (0, "setup: fetching the sources of yaml-cpp\n"))
+        unpacked = self.tree / "build/sources/yaml-cpp/CMakeLists.txt"
+        self.assertRegex(unpacked.read_text(), r"/yaml-cpp_1\.dsc$")
+        self.assertEqual([call.split()[-1] for call in calls], ["update", "yaml-cpp"])
+        for call in calls:
+            self.assertIn(f"Dir::State::lists={self.tree}/build/sources/", call)
+        self.assertEqual(self.run_setup("--all"), (0, "", calls))
+
+    def test_sources_that_cannot_be_had_are_a_failure_that_says_where_they_belong(self):
+        (self.home / "offline").touch()
+        status, said, _ = self.run_setup("--all")
+        self.assertEqual(status, 1)
+        self.assertIn("the source package yaml-cpp cannot be had", said)
+        self.assertIn(f"{self.tree}/build/sources/yaml-cpp", said)
+        self.assertFalse((self.tree / "build/sources/yaml-cpp").exists())
+
+    def test_an_unknown_argument_is_refused(self):
+        status, said, calls = self.run_setup("--al")
+        self.assertEqual((status, calls), (2, []))
+        self.assertIn("unknown argument --al", said)
 
     def test_it_can_be_told_to_skip(self):
         (self.home / "apt-get").unlink()

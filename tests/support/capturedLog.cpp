@@ -10,7 +10,7 @@
 
 namespace {
 
-CapturedLog* current = nullptr;
+LogSink* current = nullptr;
 
 const std::map<std::string, std::pair<int, int>> levelAndPriority = {
     {"ERROR", {levelError, LOG_ERR}},     {"WARNING", {levelWarning, LOG_WARNING}},
@@ -30,12 +30,12 @@ LogLine parse(int priority, const std::string& text) {
     return {priority,
             text.substr(1, tagEnd - 1),
             text.substr(tagEnd + 2, fileEnd - tagEnd - 2),
-            std::atoi(text.substr(fileEnd + 1, lineEnd - fileEnd - 1).c_str()),
+            std::stoi(text.substr(fileEnd + 1, lineEnd - fileEnd - 1)),
             text.substr(lineEnd + 2, operationEnd - lineEnd - 2),
             text.substr(operationEnd + 4)};
 }
 
-void catchLine(int priority, const char* format, std::va_list arguments) {
+std::string composed(const char* format, std::va_list arguments) {
     std::va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, again);
@@ -43,8 +43,7 @@ void catchLine(int priority, const char* format, std::va_list arguments) {
     std::string text(static_cast<std::size_t>(length) + 1, '\0');
     std::vsnprintf(text.data(), text.size(), format, arguments);
     text.pop_back();
-    if (current != nullptr)
-        current->take(priority, text.c_str());
+    return text;
 }
 
 }  // namespace
@@ -53,51 +52,73 @@ void catchLine(int priority, const char* format, std::va_list arguments) {
 extern "C" __attribute__((visibility("default"))) void syslog(int priority, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    catchLine(priority, format, arguments);
+    if (current != nullptr)
+        current->take(priority, format, arguments);
     va_end(arguments);
 }
 
-extern "C" __attribute__((visibility("default"))) void __syslog_chk(int priority, int, const char* format,
-                                                                    ...) {
+extern "C" __attribute__((visibility("default"))) void __syslog_chk(  // NOLINT(*reserved*,cert-dcl*)
+    int priority, int /*flag*/, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    catchLine(priority, format, arguments);
+    if (current != nullptr)
+        current->take(priority, format, arguments);
     va_end(arguments);
 }
 
-CapturedLog::CapturedLog(int level) {
+LogSink::LogSink(int level) {
     m_trace.setLevel(level);
     g_traceObject = &m_trace;
     current = this;
 }
 
-CapturedLog::~CapturedLog() {
+LogSink::~LogSink() {
     g_traceObject = nullptr;
     current = nullptr;
 }
 
+CapturedLog::CapturedLog(int level) : LogSink(level) {}
+
+void CapturedLog::take(int priority, const char* format, std::va_list arguments) {
+    m_new.emplace_back(priority, composed(format, arguments));
+}
+
+void CapturedLog::clear() {
+    m_new.clear();
+    m_lines.clear();
+}
+
+const std::vector<LogLine>& CapturedLog::lines() const {
+    for (const auto& line : m_new)
+        m_lines.push_back(parse(line.first, line.second));
+    m_new.clear();
+    return m_lines;
+}
+
+void LogCounter::take(int priority, const char* /*format*/, std::va_list /*arguments*/) {
+    ++(priority == LOG_ERR ? errors : others);
+}
+
 int CapturedLog::count(const std::string& tag, const std::string& text) const {
     int found = 0;
-    for (const LogLine& line : m_lines)
+    for (const LogLine& line : lines())
         found += line.tag == tag && line.text == text ? 1 : 0;
     return found;
 }
 
 int CapturedLog::count(const std::string& tag) const {
     int found = 0;
-    for (const LogLine& line : m_lines)
+    for (const LogLine& line : lines())
         found += line.tag == tag ? 1 : 0;
     return found;
 }
 
 std::string CapturedLog::all() const {
     std::string text;
-    for (const LogLine& line : m_lines)
+    for (const LogLine& line : lines())
         text += "[" + line.tag + "] (" + line.operation + ") - " + line.text + "\n";
     return text;
 }
-
-void CapturedLog::take(int priority, const char* text) { m_lines.push_back(parse(priority, text)); }
 
 void expectLogs(const char* testFile, int testLine, const std::string& tag, const std::string& text,
                 const std::function<void()>& action, const std::string& file, const std::string& operation) {

@@ -1,7 +1,9 @@
 // What the library wrote to syslog, caught inside the test's process.
 #pragma once
 
+#include <cstdarg>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "traceObject.h"
@@ -19,18 +21,31 @@ struct LogLine {
 /// Thresholds of the five tags.
 enum LogLevel { levelError = 3, levelWarning = 4, levelDebug1 = 7, levelDebug2 = 8, levelDebug3 = 9 };
 
-/// Catches log lines while it lives; installs a trace object of the given level and removes it at its end.
-/// One at a time.
-class CapturedLog {
+/// Gets log lines while it lives; installs a trace object of the given level and removes it at its end. One
+/// at a time.
+class LogSink {
 public:
-    explicit CapturedLog(int level = levelDebug3);
-    ~CapturedLog();
-    CapturedLog(const CapturedLog&) = delete;
-    CapturedLog& operator=(const CapturedLog&) = delete;
+    explicit LogSink(int level);
+    virtual ~LogSink();
+    LogSink(const LogSink&) = delete;
+    LogSink& operator=(const LogSink&) = delete;
 
     void setLevel(int level) { m_trace.setLevel(level); }
-    void clear() { m_lines.clear(); }
-    const std::vector<LogLine>& lines() const { return m_lines; }
+
+    /// What was given to syslog.
+    virtual void take(int priority, const char* format, std::va_list arguments) = 0;
+
+private:
+    TraceObject m_trace;
+};
+
+/// Catches log lines, and takes them apart when they are asked for.
+class CapturedLog : public LogSink {
+public:
+    explicit CapturedLog(int level = levelDebug3);
+
+    void clear();
+    const std::vector<LogLine>& lines() const;
 
     /// How many lines of this tag have exactly this text.
     int count(const std::string& tag, const std::string& text) const;
@@ -42,11 +57,22 @@ public:
     /// Everything caught, for failure messages.
     std::string all() const;
 
-    void take(int priority, const char* text);
+    void take(int priority, const char* format, std::va_list arguments) override;
 
 private:
-    TraceObject m_trace;
-    std::vector<LogLine> m_lines;
+    mutable std::vector<std::pair<int, std::string>> m_new;  // not taken apart yet
+    mutable std::vector<LogLine> m_lines;
+};
+
+/// Only counts, for those who cause lines by the million.
+class LogCounter : public LogSink {
+public:
+    explicit LogCounter(int level) : LogSink(level) {}
+
+    int errors = 0;
+    int others = 0;
+
+    void take(int priority, const char* format, std::va_list arguments) override;
 };
 
 /// Runs `action` twice: at the level of `tag`, where it must write exactly one line with this tag, the right

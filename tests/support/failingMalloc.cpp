@@ -90,4 +90,4 @@ extern "C" LCMP_PREEMPTS void free(void* pointer) noexcept {
 // new and delete pass by the functions above. The array and nothrow forms of the C++ library end here too.
 LCMP_PREEMPTS void* operator new(std::size_t size) { return newBytes(size); }
 LCMP_PREEMPTS void operator delete(void* pointer) noexcept { __libc_free(pointer); }
-LCMP_PREEMPTS void operator delete(void* pointer, std::size_t) noexcept { __libc_free(pointer); }
+LCMP_PREEMPTS void operator delete(void* pointer, std::size_t /*size*/) noexcept { __libc_free(pointer); }

@@ -120,7 +120,8 @@ private:
 // The values of the column voltage[].value that an event reports.
 std::vector<unsigned long long> voltagesOf(const std::string& event) {
     std::vector<unsigned long long> values;
-    for (std::size_t at = amiHeader; at + 7 <= event.size(); at += 7 + number(event, at + 5, 2)) {
+    for (std::size_t at = amiHeader; at + 7 <= event.size();
+         at += 7 + static_cast<std::size_t>(number(event, at + 5, 2))) {
         if (number(event, at, 4) >> 14 == 0x51804000 >> 14)
             values.push_back(number(event, at + 7, 4));
     }

@@ -174,6 +174,16 @@ TEST(ModelVerb, GeneratesAHeaderAndASource) {
     EXPECT_THAT(contentOf(source), HasSubstr("#include \"fans.h\""));
 }
 
+TEST(ModelVerb, GeneratesNamesForWireshark) {
+    Folder folder;
+    const std::string names = folder.take("lcmp_names_fantray.lua");
+    const Ended ended = run({"model", "generate", "--wireshark", "--model", fantray, "--to", folder.path()});
+    EXPECT_EQ(ended.status, 0) << ended.err;
+    EXPECT_EQ(ended.out, names + "\n");
+    EXPECT_THAT(contentOf(names),
+                HasSubstr("words = {[0] = \"off\", [1] = \"automatic\", [2] = \"manual\"}"));
+}
+
 TEST(ModelVerb, GeneratesNothingUnderANameThatIsNone) {
     const Ended ended = run({"model", "generate", "--name", "a-b"});
     EXPECT_EQ(ended.status, 2);

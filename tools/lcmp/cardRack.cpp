@@ -8,10 +8,12 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <iostream>
 #include <utility>
 
 #include "exitStatus.h"
 #include "lcmpUdpEndpoint.h"
+#include "peerNotices.h"
 #include "simulatedCard.h"
 
 namespace tool {
@@ -24,8 +26,9 @@ constexpr unsigned int lastPort = 65535;
 // Does to every message what the settings ask for.
 class CardEndpoint : public LcmpUdpEndpoint {
 public:
-    CardEndpoint(const RackSettings& settings, unsigned int seed)
+    CardEndpoint(const RackSettings& settings, LimitedNotice& notices, unsigned int seed)
         : m_settings(settings),
+          m_notices(notices),
           m_wire(settings.faults, seed, [this](const LcmpUdpAddress& to, const std::string& frame) {
               sendBytes(to, frame.data(), frame.size());
           }) {}
@@ -49,8 +52,16 @@ public:
         return response != nullptr ? sendFaulty(*msg, {m_peer}) : sendFaulty(*msg, m_settings.receivers);
     }
 
-    void frameReceived(const LcmpUdpAddress& from, const char* /*data*/, int /*size*/) override {
+    void frameReceived(const LcmpUdpAddress& from, const char* data, int size) override {
         m_peer = from;
+        m_notices.frameReceived(data, size);
+    }
+
+    /// Handles what is there; false when the socket failed.
+    bool takeTurn() {
+        const bool works = onReadable() >= 0;
+        m_notices.turnOver(getCounters());
+        return works;
     }
 
     std::chrono::milliseconds sendDelayed() {
@@ -69,6 +80,7 @@ private:
     }
 
     const RackSettings& m_settings;
+    PeerNotices m_notices;
     FaultyWire m_wire;
     LcmpUdpAddress m_peer;  // whose frame is being handled
 };
@@ -89,10 +101,10 @@ void allowDescriptors(unsigned int cards) {
 
 class CardRack::Card {
 public:
-    Card(const RackSettings& settings, unsigned int number, LcmpModel model)
+    Card(const RackSettings& settings, LimitedNotice& notices, unsigned int number, LcmpModel model)
         : m_seed(settings.seed + number),
           m_card(std::make_unique<SimulatedCard>(m_seed, std::move(model))),
-          m_endpoint(settings, m_seed) {
+          m_endpoint(settings, notices, m_seed) {
         m_endpoint.serve(*m_card);
         for (const LcmpUdpAddress& receiver : settings.receivers)
             m_endpoint.addEventReceiver(lcmpUdpHostToText(receiver.host), receiver.port);
@@ -128,7 +140,7 @@ private:
 };
 
 CardRack::CardRack(RackSettings settings, const LcmpModel& model)
-    : m_settings(std::move(settings)), m_epoll(epoll_create1(EPOLL_CLOEXEC)) {
+    : m_settings(std::move(settings)), m_notices(std::cerr), m_epoll(epoll_create1(EPOLL_CLOEXEC)) {
     if (m_epoll < 0)
         failed(std::string("epoll_create1: ") + std::strerror(errno));
     if (m_settings.address.port != 0 && m_settings.address.port + m_settings.cards - 1 > lastPort)
@@ -136,7 +148,7 @@ CardRack::CardRack(RackSettings settings, const LcmpModel& model)
                                              " cards would have a port beyond " + std::to_string(lastPort));
     allowDescriptors(m_settings.cards);
     for (unsigned int number = 0; number < m_settings.cards; ++number) {
-        m_cards.push_back(std::make_unique<Card>(m_settings, number, modelOf(model, number)));
+        m_cards.push_back(std::make_unique<Card>(m_settings, m_notices, number, modelOf(model, number)));
         watch(number);
     }
 }
@@ -174,7 +186,7 @@ void CardRack::answer() {
     const int count = epoll_wait(m_epoll, events.data(), most, 0);
     for (int i = 0; i < count; ++i) {
         CardEndpoint& endpoint = m_cards[events.at(static_cast<std::size_t>(i)).data.u32]->endpoint();
-        if (endpoint.onReadable() < 0)
+        if (!endpoint.takeTurn())
             failed(endpoint.getLastError());
     }
 }

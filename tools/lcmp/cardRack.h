@@ -10,6 +10,7 @@
 #include "faultyWire.h"
 #include "lcmpModel.h"
 #include "lcmpUdpAddress.h"
+#include "limitedNotice.h"
 
 namespace tool {
 
@@ -48,6 +49,9 @@ public:
     /// Lets all cards live for so long, and report.
     void live(std::chrono::milliseconds passed);
 
+    /// Until there is something to say of what peers have sent; negative: nothing.
+    std::chrono::milliseconds untilNotice() const { return m_notices.left(); }
+
     /// Sends what was delayed and is due, and the time until there is more; negative: never.
     std::chrono::milliseconds sendDelayed();
 
@@ -58,6 +62,7 @@ private:
     void watch(unsigned int number);
 
     RackSettings m_settings;
+    LimitedNotice m_notices;  // all cards share the limit
     int m_epoll;
     std::vector<std::unique_ptr<Card>> m_cards;
 };

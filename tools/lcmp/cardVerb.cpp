@@ -105,16 +105,11 @@ void reload(const std::string& file, CardRack& rack) {
     }
 }
 
-milliseconds earlier(milliseconds a, milliseconds b) {
-    if (a.count() < 0 || b.count() < 0)
-        return std::max(a, b);
-    return std::min(a, b);
-}
-
 void serve(const CardOptions& options, CardRack& rack, milliseconds period, const StopSignals& signals) {
     Pace pace(period);
     while (!signals.stopped()) {
-        signals.waitReadable(rack.fileDescriptor(), earlier(pace.left(), rack.sendDelayed()));
+        signals.waitReadable(rack.fileDescriptor(),
+                             sooner(pace.left(), sooner(rack.untilNotice(), rack.sendDelayed())));
         if (signals.takeReload())
             reload(options.model, rack);
         rack.answer();

@@ -37,20 +37,22 @@ int missingIds(int expected, int received) {
 
 EventLog::EventLog(std::ostream& out, std::ostream& diagnostics, Format format, unsigned long limit,
                    const LcmpModel& model)
-    : m_out(out), m_diagnostics(diagnostics), m_format(format), m_limit(limit), m_model(model) {}
+    : m_out(out), m_notices(diagnostics), m_format(format), m_limit(limit), m_model(model) {}
 
 void EventLog::take(const LcmpUdpAddress& address, const char* frame, int size) {
     const std::string name = lcmpUdpToText(address);
     constexpr int shortestFrame = 8;
     LCMPMessage header;
     if (size < shortestFrame)
-        return complain(name, "a frame of " + std::to_string(size) + " bytes");
+        return complain("frames that are too short", name, "a frame of " + std::to_string(size) + " bytes");
     const auto fault = static_cast<unsigned int>(header.deserialize(frame, size));
     if (fault != RESULT_OK)
-        return complain(name, std::string("a frame of another kind: ") + lcmpResultName(fault));
+        return complain("frames of another kind", name,
+                        std::string("a frame of another kind: ") + lcmpResultName(fault));
     Card& card = cardAt(address);
     if (card.lastFrame.compare(0, std::string::npos, frame, static_cast<std::size_t>(size)) == 0)
-        return complain(name, "message " + std::to_string(header.getMessageId()) + " twice");
+        return complain("messages that came twice", name,
+                        "message " + std::to_string(header.getMessageId()) + " twice");
     card.lastFrame.assign(frame, static_cast<std::size_t>(size));
     LCMPAmi event;
     if (isRequest(header.getAction()))
@@ -58,7 +60,7 @@ void EventLog::take(const LcmpUdpAddress& address, const char* frame, int size) 
     else if (header.getAction() == LCMP_ACTION_AMI && event.deserialize(frame, size) == RESULT_OK)
         takeEvent(event, name, card, frame, size);
     else if (header.getAction() == LCMP_ACTION_AMI)
-        complain(name, "an event that ends in its header");
+        complain("events that end in their header", name, "an event that ends in its header");
 }
 
 EventLog::Card& EventLog::cardAt(const LcmpUdpAddress& address) {
@@ -97,7 +99,8 @@ void EventLog::takeEvent(const LCMPAmi& event, const std::string& name, Card& ca
     followNumbering(time, name, card, event.getMessageId());
     std::vector<Element> elements;
     if (!takeElements(frame, size, event.getHeaderSize(), elements))
-        complain(name, "an event whose element " + std::to_string(elements.size()) + " does not fit");
+        complain("elements that do not fit", name,
+                 "an event whose element " + std::to_string(elements.size()) + " does not fit");
     for (const Element& element : elements) {
         if (!full())
             printValue(time, name, card, element);
@@ -108,9 +111,9 @@ void EventLog::printValue(const std::string& time, const std::string& name, Card
                           const Element& element) {
     const Variable variable = variableOfOid(element.oid(), m_model);
     if (!hasLengthOfType(element))
-        return complain(name, "a malformed value of " + variable.name + ": " +
-                                  lcmpTlvTypeName(element.type()) + " of " +
-                                  std::to_string(element.length()) + " bytes");
+        return complain("malformed values", name,
+                        "a malformed value of " + variable.name + ": " + lcmpTlvTypeName(element.type()) +
+                            " of " + std::to_string(element.length()) + " bytes");
     const auto old = card.values.find(element.oid());
     const bool known = old != card.values.end();
     if (m_format == Format::jsonl) {
@@ -136,8 +139,8 @@ void EventLog::printValue(const std::string& time, const std::string& name, Card
     card.values[element.oid()] = element;
 }
 
-void EventLog::complain(const std::string& name, const std::string& problem) {
-    m_diagnostics << "lcmp: " << name << " sent " << problem << std::endl;
+void EventLog::complain(const char* cause, const std::string& name, const std::string& problem) {
+    m_notices.say(cause, name + " sent " + problem);
 }
 
 }  // namespace tool

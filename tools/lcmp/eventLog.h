@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "lcmpUdpAddress.h"
+#include "limitedNotice.h"
 #include "standardNames.h"
 #include "value.h"
 
@@ -16,7 +17,8 @@ namespace tool {
 
 /// Takes the frames of any number of cards, told apart by address and port, and prints each line as it comes,
 /// flushed. Values are named after the model; others show their OID. Requests of a card are not
-/// shown, but they share the numbering of its events. What is malformed is told to `diagnostics`.
+/// shown, but they share the numbering of its events. What is malformed is told to `diagnostics`,
+/// within the limit.
 class EventLog {
 public:
     enum class Format { text, jsonl };
@@ -26,7 +28,10 @@ public:
              const LcmpModel& model = lcmpModelStandard());
 
     /// A received datagram. The same datagram twice in a row is shown once.
-    void take(const LcmpUdpAddress& card, const char* frame, int size);
+    void take(const LcmpUdpAddress& address, const char* frame, int size);
+
+    /// What is said on `diagnostics`.
+    LimitedNotice& notices() { return m_notices; }
 
     /// Whether the limit is reached.
     bool full() const { return m_limit != 0 && m_printed >= m_limit; }
@@ -43,10 +48,10 @@ private:
     void printGap(const std::string& time, const std::string& name, int expected, int received);
     void takeEvent(const LCMPAmi& event, const std::string& name, Card& card, const char* frame, int size);
     void printValue(const std::string& time, const std::string& name, Card& card, const Element& element);
-    void complain(const std::string& name, const std::string& problem);
+    void complain(const char* cause, const std::string& name, const std::string& problem);
 
     std::ostream& m_out;
-    std::ostream& m_diagnostics;
+    LimitedNotice m_notices;
     Format m_format;
     unsigned long m_limit;
     const LcmpModel& m_model;

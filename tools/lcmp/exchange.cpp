@@ -5,6 +5,7 @@
 #include <memory>
 #include <random>
 
+#include "output.h"
 #include "trace.h"
 
 namespace tool {
@@ -70,11 +71,6 @@ bool concernsWholeRequest(unsigned int result) {
 // the application could not do it: there it counts other things.
 bool locatesFault(unsigned int result, unsigned int errorIndex, std::size_t variables) {
     return result != RESULT_TOO_LONG && result != RESULT_CANNOT_EXEC && errorIndex < variables;
-}
-
-std::string resultText(unsigned int result) {
-    const std::string name = lcmpResultName(result);
-    return name.empty() || name == "unknown" ? "RESULT " + std::to_string(result) : name;
 }
 
 std::vector<std::unique_ptr<OldStyleProperty>> rawProperties(const std::vector<Element>& elements) {

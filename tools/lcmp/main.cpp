@@ -1,6 +1,7 @@
 // lcmp: the command line of the protocol.
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <new>
 
 #include "nearestName.h"
 #include "verbs.h"
@@ -38,6 +39,8 @@ ExitStatus run(CLI::App& program, int argc, char** argv, const ExitStatus& statu
         return ExitStatus::done;
     } catch (const CLI::ParseError& error) {
         return reportUsage(program, argc > 1 ? argv[1] : "", error);
+    } catch (const std::bad_alloc&) {
+        return report(ExitStatus::localFailure, "out of memory");
     } catch (const std::exception& error) {
         return report(ExitStatus::localFailure, error.what());
     }
@@ -45,6 +48,8 @@ ExitStatus run(CLI::App& program, int argc, char** argv, const ExitStatus& statu
 
 }  // namespace
 
+// What is added to the program here is constant: only a mistake in it throws, and that ends every run.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
     CLI::App program("Reads, writes, watches and simulates cards over LCMP.", "lcmp");
     ExitStatus status = ExitStatus::done;
@@ -56,6 +61,7 @@ int main(int argc, char** argv) {
     tool::addWatchVerb(program, status);
     tool::addOidVerb(program, status);
     tool::addModelVerb(program, status);
+    tool::addDecodeVerb(program, status);
     program.footer(
         "Exit status: 0 done, 1 local failure, 2 usage, 3 no answer, 4 refused by the card, 5 partly done,\n"
         "6 malformed or unexpected frame, 7 a name or model that cannot be resolved.");

@@ -14,6 +14,7 @@
 #include "standardNames.h"
 #include "value.h"
 #include "verbs.h"
+#include "wiresharkNames.h"
 
 namespace tool {
 namespace {
@@ -27,6 +28,7 @@ struct ModelOptions {
     std::string format = "text";
     std::string name;
     std::string folder = ".";
+    bool wireshark = false;
 };
 
 std::string countText(std::size_t count, const char* what) {
@@ -244,6 +246,11 @@ ExitStatus generate(const ModelOptions& options) {
     if (!lcmpModelIsIdentifier(name))
         throw Failure(ExitStatus::usage,
                       "'" + name + "' cannot name a namespace; give --name with letters, digits and _");
+    if (options.wireshark) {
+        writeFile(options.folder + "/lcmp_names_" + name + ".lua",
+                  wiresharkNames(model->card, namedVariables(*model)));
+        return ExitStatus::done;
+    }
     const LcmpModelCode code = lcmpModelGenerate(*model, name);
     const std::string path = options.folder + "/" + name;
     writeFile(path + ".h", code.header);
@@ -287,6 +294,8 @@ void addGenerate(CLI::App& verb, const Options& options, ExitStatus& status) {
     generateVerb->add_option("--to", options->folder, "Folder of the two files")
         ->type_name("DIR")
         ->capture_default_str();
+    generateVerb->add_flag("--wireshark", options->wireshark,
+                           "Write the names for the Wireshark dissector instead, lcmp_names_NAME.lua");
     generateVerb->footer(
         "The code needs liblcmp and its header lcmpModelProperties.h, and no other library.");
     generateVerb->callback([options, &status] { status = generate(*options); });

@@ -6,6 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "lcmpResult.h"
+
 namespace tool {
 namespace {
 
@@ -47,15 +49,6 @@ Json outcomeJson(const std::string& card, const Variable& variable, const Outcom
     return object;
 }
 
-std::string csvField(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos)
-        return text;
-    std::string field = "\"";
-    for (const char c : text)
-        field += c == '"' ? std::string("\"\"") : std::string(1, c);
-    return field + '"';
-}
-
 void printCsv(std::ostream& out, const std::string& card, const Variable& variable, const Outcome& outcome) {
     out << card << ',' << oidText(variable.oid) << ',' << variable.name << ',';
     if (isDone(outcome))
@@ -90,11 +83,15 @@ std::string jsonLine(const Json& value) {
     return value.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-void addJsonValue(const Variable& variable, const Element& element, Json& object) {
+void addJsonValue(const Element& element, Json& object) {
     object["type"] = lcmpTlvTypeName(element.type());
     object["value"] = jsonValue(element);
     if (element.type() == STRING && !isUtf8(element.bytes()))
         object["bytes"] = hexText(element.bytes());
+}
+
+void addJsonValue(const Variable& variable, const Element& element, Json& object) {
+    addJsonValue(element, object);
     if (const char* word = wordOf(variable, element))
         object["word"] = word;
 }
@@ -102,6 +99,20 @@ void addJsonValue(const Variable& variable, const Element& element, Json& object
 std::string displayText(const Variable& variable, const Element& element) {
     const char* word = wordOf(variable, element);
     return displayText(element) + (word == nullptr ? "" : " (" + std::string(word) + ")");
+}
+
+std::string csvField(const std::string& text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos)
+        return text;
+    std::string field = "\"";
+    for (const char c : text)
+        field += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return field + '"';
+}
+
+std::string resultText(unsigned int result) {
+    const std::string name = lcmpResultName(result);
+    return name.empty() || name == "unknown" ? "RESULT " + std::to_string(result) : name;
 }
 
 void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAddress& card,

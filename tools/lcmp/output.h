@@ -24,12 +24,20 @@ void addFormatOption(CLI::App& verb, std::string& format, const std::vector<std:
 /// One line of JSON. Bytes that are no UTF-8 are replaced.
 std::string jsonLine(const nlohmann::ordered_json& value);
 
-/// Adds "type" and "value" to a JSON object, "bytes" in hexadecimal for a text that is no UTF-8, and "word"
-/// where the variable's model has one for the value.
+/// Adds "type" and "value" to a JSON object, and "bytes" in hexadecimal for a text that is no UTF-8.
+void addJsonValue(const Element& element, nlohmann::ordered_json& object);
+
+/// The same, and "word" where the variable's model has one for the value.
 void addJsonValue(const Variable& variable, const Element& element, nlohmann::ordered_json& object);
 
 /// The value for people, behind it the word that the variable's model has for it: "2 (done)".
 std::string displayText(const Variable& variable, const Element& element);
+
+/// "RESULT WRONG VALUE"; "RESULT 16" where a code has no name.
+std::string resultText(unsigned int result);
+
+/// A field of a CSV line: in quotes where it needs them.
+std::string csvField(const std::string& text);
 
 /// Prints what became of the variables of one card. text: one line each that was done, "name = value unit".
 /// json and jsonl: every variable, with "value" or with "error". csv: the same with a heading. value: one

@@ -5,6 +5,9 @@
 
 namespace tool {
 
+/// The shorter of two waits, of which a negative one is for ever.
+std::chrono::milliseconds sooner(std::chrono::milliseconds one, std::chrono::milliseconds other);
+
 /// While it lives, SIGINT and SIGTERM are a wish to stop instead of the end of the process; the second one
 /// ends it as usual. One at a time in a process.
 class StopSignals {
@@ -24,7 +27,7 @@ public:
     bool takeReload() const;
 
     /// Waits until the file descriptor is readable, a signal comes, or the time is over (negative: never). A
-    /// signal that came before ends the wait at once.
+    /// signal that came before ends the wait at once. A Failure when the system cannot wait.
     void waitReadable(int fileDescriptor, std::chrono::milliseconds timeout) const;
 
 private:

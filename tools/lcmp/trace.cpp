@@ -8,6 +8,12 @@
 #include "traceObject.h"
 
 namespace tool {
+namespace {
+
+TraceObject trace;
+int wantedLevel = 0;
+
+}  // namespace
 
 void addTraceOption(CLI::App& verb, std::string& level) {
     verb.add_option("--trace", level, "Log lines on standard error: 3 errors, 4 warnings, 7 to 9 all steps")
@@ -17,13 +23,15 @@ void addTraceOption(CLI::App& verb, std::string& level) {
 }
 
 void startTrace(const std::string& level) {
-    static TraceObject trace;
     if (level.size() != 1 || level[0] < '0' || level[0] > '9')
         throw Failure(ExitStatus::usage, "--trace: '" + level + "' is no level; write 0 to 9");
-    trace.setLevel(level[0] - '0');
+    wantedLevel = level[0] - '0';
+    trace.setLevel(wantedLevel);
     g_traceObject = &trace;
     openlog("lcmp", LOG_PERROR, LOG_USER);
 }
+
+void muteTrace(bool muted) { trace.setLevel(muted ? 0 : wantedLevel); }
 
 bool traces(int level) { return g_traceObject != nullptr && g_traceObject->getLevel() >= level; }
 

@@ -16,6 +16,9 @@ void addTraceOption(CLI::App& verb, std::string& level);
 /// level, 0 to 9, is a Failure of status `usage`.
 void startTrace(const std::string& level);
 
+/// Lets it write no line until further notice, or as many as before. Harmless where nothing is traced.
+void muteTrace(bool muted);
+
 /// Whether lines of this level are written: 3 errors, 4 warnings, 7 to 9 debugging.
 bool traces(int level);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -35,6 +36,12 @@ void Element::swap(Element& other) noexcept {
     std::swap(static_cast<lcmp_tlv&>(m_tlv), static_cast<lcmp_tlv&>(other.m_tlv));
 }
 
+// The library's element says only in a log line that there was no memory, and travels as zeros.
+void Element::requireValue() const {
+    if (m_tlv.val == nullptr && m_tlv.len != 0)
+        throw std::bad_alloc();
+}
+
 std::string Element::bytes() const {
     return m_tlv.val == nullptr ? std::string()
                                 : std::string(reinterpret_cast<const char*>(m_tlv.val), m_tlv.len);
@@ -47,20 +54,25 @@ std::string Element::wireForm() const {
     return wire;
 }
 
-bool takeElements(const char* frame, int size, int offset, std::vector<Element>& elements) {
-    while (offset < size) {
-        const int left = size - offset;
-        if (left < elementHeader)
-            return false;
-        const auto high = static_cast<unsigned char>(frame[offset + lengthOffset]);
-        const auto low = static_cast<unsigned char>(frame[offset + lengthOffset + 1]);
-        if (high * 256 + low > left - elementHeader)
-            return false;
-        Element element;
-        offset += element.tlv().deserialize(frame + offset);
-        elements.push_back(std::move(element));
-    }
+bool takeElement(const char* frame, int size, int& offset, Element& element) {
+    const int left = size - offset;
+    if (left < elementHeader)
+        return false;
+    const auto high = static_cast<unsigned char>(frame[offset + lengthOffset]);
+    const auto low = static_cast<unsigned char>(frame[offset + lengthOffset + 1]);
+    if (high * 256 + low > left - elementHeader)
+        return false;
+    element = Element();
+    offset += element.tlv().deserialize(frame + offset);
+    element.requireValue();
     return true;
+}
+
+bool takeElements(const char* frame, int size, int offset, std::vector<Element>& elements) {
+    Element element;
+    while (takeElement(frame, size, offset, element))
+        elements.push_back(std::move(element));
+    return offset == size;
 }
 
 bool hasLengthOfType(const Element& element) {
@@ -83,7 +95,9 @@ void parseValue(LcmpTlvType type, const std::string& text, Element& element) {
     setValue(type, value, element);
 }
 
-void setValue(LcmpTlvType type, const LcmpModelValue& value, Element& element) {
+namespace {
+
+void storeValue(LcmpTlvType type, const LcmpModelValue& value, Element& element) {
     LCMPTlv& tlv = element.tlv();
     switch (type) {
         case UINT64:
@@ -111,6 +125,13 @@ void setValue(LcmpTlvType type, const LcmpModelValue& value, Element& element) {
         default:
             return setBytes(type, std::get<std::string>(value), element);
     }
+}
+
+}  // namespace
+
+void setValue(LcmpTlvType type, const LcmpModelValue& value, Element& element) {
+    storeValue(type, value, element);
+    element.requireValue();
 }
 
 std::optional<LcmpModelValue> modelValue(const Element& element) {
@@ -143,6 +164,7 @@ std::optional<LcmpModelValue> modelValue(const Element& element) {
 
 void setPlaceholder(LcmpTlvType type, Element& element) {
     setBytes(type, std::string(lcmpTlvFixedWidth(type), '\0'), element);
+    element.requireValue();
 }
 
 std::string displayText(const Element& element) {
@@ -185,6 +207,14 @@ nlohmann::ordered_json jsonValue(const Element& element) {
         default:
             return plainText(element);
     }
+}
+
+std::optional<std::string> parseHex(const std::string& text) {
+    LcmpModelValue value;
+    std::string problem;
+    if (!lcmpModelParseValue(BYTE_ARRAY, text, value, problem))
+        return std::nullopt;
+    return std::get<std::string>(value);
 }
 
 std::string hexText(const std::string& bytes) {

@@ -11,12 +11,12 @@
 
 namespace tool {
 
-/// One element that owns its value. A value type.
+/// One element that owns its value. A value type. Where memory is lacking for a value, std::bad_alloc.
 class Element {
 public:
     Element() = default;
     explicit Element(unsigned int oid) { m_tlv.id = oid; }
-    Element(const Element& other) = default;
+    Element(const Element& other) : m_tlv(other.m_tlv) { requireValue(); }
     Element(Element&& other) noexcept { swap(other); }
     Element& operator=(Element other) noexcept {
         swap(other);
@@ -30,6 +30,9 @@ public:
     LCMPTlv& tlv() { return m_tlv; }
     const LCMPTlv& tlv() const { return m_tlv; }
 
+    /// Throws std::bad_alloc when the value that was given is not there.
+    void requireValue() const;
+
     /// The bytes of the value; none for an empty one.
     std::string bytes() const;
 
@@ -41,6 +44,10 @@ private:
 
     LCMPTlv m_tlv;
 };
+
+/// Takes the element at `offset` and moves `offset` behind it. False: there is none, or it runs past the end
+/// of the frame; nothing has moved.
+bool takeElement(const char* frame, int size, int& offset, Element& element);
 
 /// Appends the elements from `offset` to the end of a received frame. False: one of them runs past the end;
 /// those before it have been appended.
@@ -76,6 +83,9 @@ std::string plainText(const Element& element);
 
 /// The value for programs: numbers and booleans as such, everything else as plainText.
 nlohmann::ordered_json jsonValue(const Element& element);
+
+/// The bytes of "001bff", "00 1b ff", "00:1b:ff" or "0x001bff"; none if the text is something else.
+std::optional<std::string> parseHex(const std::string& text);
 
 /// The bytes in hexadecimal, "001bff".
 std::string hexText(const std::string& bytes);

@@ -11,6 +11,7 @@
 #include "lcmpUdpEndpoint.h"
 #include "modelOption.h"
 #include "output.h"
+#include "peerNotices.h"
 #include "stopSignals.h"
 #include "target.h"
 #include "trace.h"
@@ -32,15 +33,26 @@ struct WatchOptions {
 // An endpoint that has no objects: it only shows what it receives.
 class EventReceiver : public LcmpUdpEndpoint {
 public:
-    explicit EventReceiver(EventLog& log) : LcmpUdpEndpoint(false), m_log(log) {}
+    explicit EventReceiver(EventLog& log) : LcmpUdpEndpoint(false), m_log(log), m_notices(log.notices()) {}
 
     void frameReceived(const LcmpUdpAddress& from, const char* data, int size) override {
+        muteTrace(true);  // the log says for itself what is wrong
         m_log.take(from, data, size);
+        m_notices.frameReceived(data, size);
     }
-    bool amiMessageHandler(std::vector<LcmpProperty*>) override { return true; }
+
+    /// Handles what is there; false when the socket failed.
+    bool takeTurn() {
+        const bool works = onReadable() >= 0;
+        m_notices.turnOver(getCounters());
+        return works;
+    }
+
+    bool amiMessageHandler(std::vector<LcmpProperty*> /*props*/) override { return true; }
 
 private:
     EventLog& m_log;
+    PeerNotices m_notices;
 };
 
 // When --duration is over.
@@ -87,8 +99,8 @@ ExitStatus watch(const WatchOptions& options) {
     const StopSignals signals;
     listen(receiver, options);
     while (!log.full() && !signals.stopped() && !deadline.passed() && std::cout) {
-        signals.waitReadable(receiver.getFileDescriptor(), deadline.left());
-        if (receiver.onReadable() < 0)
+        signals.waitReadable(receiver.getFileDescriptor(), sooner(deadline.left(), log.notices().left()));
+        if (!receiver.takeTurn())
             throw Failure(ExitStatus::localFailure, receiver.getLastError());
     }
     return ExitStatus::done;

@@ -50,8 +50,9 @@ __attribute__((format(printf, 2, 3), cold)) void writeLog(const LogSite& site, c
 #define LCMP_ERROR_FOR(OPERATION, ...) \
     LCMP_LOG_FOR(OPERATION, lcmpdetail::errorLevel, LOG_ERR, "ERROR", __VA_ARGS__)
 #define LCMP_ERROR(...) LCMP_ERROR_FOR(__func__, __VA_ARGS__)
-#define LCMP_WARNING(...) \
-    LCMP_LOG_FOR(__func__, lcmpdetail::warningLevel, LOG_WARNING, "WARNING", __VA_ARGS__)
+#define LCMP_WARNING_FOR(OPERATION, ...) \
+    LCMP_LOG_FOR(OPERATION, lcmpdetail::warningLevel, LOG_WARNING, "WARNING", __VA_ARGS__)
+#define LCMP_WARNING(...) LCMP_WARNING_FOR(__func__, __VA_ARGS__)
 #define LCMP_DEBUG1_FOR(OPERATION, ...) \
     LCMP_LOG_FOR(OPERATION, lcmpdetail::debug1Level, LOG_DEBUG, "DEBUG1", __VA_ARGS__)
 #define LCMP_DEBUG1(...) LCMP_DEBUG1_FOR(__func__, __VA_ARGS__)

@@ -4,13 +4,14 @@
 
 namespace lcmpdetail {
 
-void PropertyIndex::add(LcmpProperty* property, unsigned int id, unsigned int row) {
-    const bool known = id < m_idCount && m_columnOfId[id] != 0;
-    if (!known && !makeColumn(id)) {
+void PropertyIndex::makeRoom(unsigned int id) {
+    if (!hasColumn(id) && !makeColumn(id))
         m_knowsAll = false;
-        return;
-    }
-    m_cells[std::size_t{row} * m_columns + m_columnOfId[id]] = property;
+}
+
+void PropertyIndex::add(LcmpProperty* property, unsigned int id, unsigned int row) {
+    if (hasColumn(id))
+        m_cells[std::size_t{row} * m_columns + m_columnOfId[id]] = property;
 }
 
 // Ids get columns in the order of their first appearance.

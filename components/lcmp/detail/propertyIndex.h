@@ -15,7 +15,10 @@ class PropertyIndex {
 public:
     explicit PropertyIndex(unsigned int rows) : m_rowCount(rows) {}
 
-    /// The row exists.
+    /// Before an id is added for the first time. What was added stays as it was, also when memory is lacking.
+    void makeRoom(unsigned int id);
+
+    /// The row exists, and there is room for the id unless it is left to the maps.
     void add(LcmpProperty* property, unsigned int id, unsigned int row);
 
     /// The property with this id in this row, or null. A null is final only where knowsAll() is true.
@@ -31,6 +34,7 @@ private:
     static constexpr unsigned int maxIds = 4096;
     static constexpr std::size_t maxCells = 1U << 20;
 
+    bool hasColumn(unsigned int id) const { return id < m_idCount && m_columnOfId[id] != 0; }
     bool makeColumn(unsigned int id);
 
     unsigned int m_rowCount;

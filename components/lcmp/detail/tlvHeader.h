@@ -39,4 +39,12 @@ inline char* putElementHead(char* buffer, int size, const ElementHead& head) {
         buffer, {head.oid, static_cast<std::uint8_t>(head.type), static_cast<std::uint16_t>(head.length)});
 }
 
+/// Writes an element whose value is the low header.length bytes of a word, 1 to 8, and returns the number of
+/// bytes it takes. Stores eight value bytes whatever the length, so that none has to be told from another.
+inline int putWordElement(char* buffer, const TlvHeader& header, std::uint64_t word) {
+    constexpr int wordSize = 8;
+    putU64(putTlvHeader(buffer, header), word << (8 * (wordSize - header.length)));
+    return tlvHeaderSize + header.length;
+}
+
 }  // namespace lcmpdetail

@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -14,9 +15,8 @@ namespace lcmpudpdetail {
 namespace {
 
 // Room for the one control message that goes with a datagram, aligned as the system reads it.
-union Control {
-    cmsghdr alignment;
-    char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
+struct Control {
+    alignas(cmsghdr) char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
 };
 
 sockaddr_in toSystem(const LcmpUdpAddress& address) {
@@ -98,93 +98,178 @@ void closeSocket(int fileDescriptor) { ::close(fileDescriptor); }
 
 namespace {
 
+// Calls a system call again when a signal has interrupted it.
+template <typename Call>
+ssize_t uninterrupted(Call call) {
+    ssize_t result = 0;
+    do {
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
+Receipt failedReceipt(int error) {
+    Receipt receipt;
+    receipt.error = error;
+    return receipt;
+}
+
 // The system tells the length that a datagram has, so that a cut one shows.
 Receipt receivePlainly(int fileDescriptor, char* buffer, std::size_t size) {
     sockaddr_in from{};
     socklen_t fromSize = sizeof from;
-    ssize_t received = 0;
-    do {
-        received =
-            recvfrom(fileDescriptor, buffer, size, MSG_TRUNC, reinterpret_cast<sockaddr*>(&from), &fromSize);
-    } while (received < 0 && errno == EINTR);
-
+    const ssize_t received =
+        recvfrom(fileDescriptor, buffer, size, MSG_TRUNC, reinterpret_cast<sockaddr*>(&from), &fromSize);
+    if (received < 0)
+        return failedReceipt(errno);
     Receipt receipt;
-    if (received < 0) {
-        receipt.error = errno;
-        return receipt;
-    }
     receipt.truncated = static_cast<std::size_t>(received) > size;
     receipt.size = receipt.truncated ? size : static_cast<std::size_t>(received);
     receipt.from = fromSystem(from);
     return receipt;
 }
 
-Receipt receiveWithAskedAddress(int fileDescriptor, char* buffer, std::size_t size) {
-    sockaddr_in from{};
+// A message to the system with all that it points at.
+struct Envelope {
+    sockaddr_in peer;
+    iovec place;
     Control control;
-    iovec place{buffer, size};
-    msghdr message{};
-    message.msg_name = &from;
-    message.msg_namelen = sizeof from;
-    message.msg_iov = &place;
-    message.msg_iovlen = 1;
-    message.msg_control = control.bytes;
-    message.msg_controllen = sizeof control.bytes;
 
-    ssize_t received = 0;
-    do {
-        received = recvmsg(fileDescriptor, &message, 0);
-    } while (received < 0 && errno == EINTR);
-
-    Receipt receipt;
-    if (received < 0) {
-        receipt.error = errno;
-        return receipt;
+    void address(msghdr& message, void* data, std::size_t size) {
+        place = {data, size};
+        message = {};
+        message.msg_name = &peer;
+        message.msg_namelen = sizeof peer;
+        message.msg_iov = &place;
+        message.msg_iovlen = 1;
     }
+
+    void addressReceive(msghdr& message, char* buffer, std::size_t size, bool manyAddresses) {
+        address(message, buffer, size);
+        if (!manyAddresses)
+            return;
+        message.msg_control = control.bytes;
+        message.msg_controllen = sizeof control.bytes;
+    }
+
+    void addressSend(msghdr& message, const Shipment& shipment) {
+        // The interface is shared with receiving; nothing is written.
+        address(message, const_cast<char*>(shipment.data), shipment.size);
+        peer = toSystem(shipment.to);
+        if (shipment.from == 0)
+            return;
+        control = {};
+        setSource(message, control, shipment.from);
+    }
+};
+
+Receipt receiptOf(msghdr& message, std::size_t size, bool manyAddresses) {
+    Receipt receipt;
     receipt.truncated = (message.msg_flags & MSG_TRUNC) != 0;
-    receipt.size = static_cast<std::size_t>(received);
-    receipt.from = fromSystem(from);
-    receipt.asked = askedAddress(message);
+    receipt.size = size;
+    receipt.from = fromSystem(*static_cast<const sockaddr_in*>(message.msg_name));
+    receipt.asked = manyAddresses ? askedAddress(message) : 0;
     return receipt;
 }
 
-ssize_t sendPlainly(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to) {
-    const sockaddr_in receiver = toSystem(to);
-    return sendto(fileDescriptor, data, size, 0, reinterpret_cast<const sockaddr*>(&receiver),
-                  sizeof receiver);
+Receipt receiveWithAskedAddress(int fileDescriptor, char* buffer, std::size_t size) {
+    Envelope envelope;
+    msghdr message;
+    envelope.addressReceive(message, buffer, size, true);
+    const ssize_t received = recvmsg(fileDescriptor, &message, 0);
+    if (received < 0)
+        return failedReceipt(errno);
+    return receiptOf(message, static_cast<std::size_t>(received), true);
 }
 
-ssize_t sendFrom(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to,
-                 std::uint32_t from) {
-    sockaddr_in receiver = toSystem(to);
-    Control control{};
-    iovec place{const_cast<char*>(data), size};  // the interface is shared with receiving; nothing is written
-    msghdr message{};
-    message.msg_name = &receiver;
-    message.msg_namelen = sizeof receiver;
-    message.msg_iov = &place;
-    message.msg_iovlen = 1;
-    setSource(message, control, from);
-    return sendmsg(fileDescriptor, &message, 0);
+// Control messages cost as much as the rest of the call, so they are left out where they tell nothing.
+Receipt receiveOnce(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses) {
+    return manyAddresses ? receiveWithAskedAddress(fileDescriptor, buffer, size)
+                         : receivePlainly(fileDescriptor, buffer, size);
 }
 
 }  // namespace
 
-// Control messages cost as much as the rest of the call, so they are left out where they tell nothing.
 Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses) {
-    return manyAddresses ? receiveWithAskedAddress(fileDescriptor, buffer, size)
-                         : receivePlainly(fileDescriptor, buffer, size);
+    Receipt receipt;
+    do {
+        receipt = receiveOnce(fileDescriptor, buffer, size, manyAddresses);
+    } while (receipt.error == EINTR);
+    return receipt;
 }
 
 int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to,
                  std::uint32_t from) {
     ssize_t sent = 0;
-    do {
-        sent = from == 0 ? sendPlainly(fileDescriptor, data, size, to)
-                         : sendFrom(fileDescriptor, data, size, to, from);
-    } while (sent < 0 && errno == EINTR);
+    if (from == 0) {
+        const sockaddr_in receiver = toSystem(to);
+        sent = uninterrupted([&] {
+            return sendto(fileDescriptor, data, size, 0, reinterpret_cast<const sockaddr*>(&receiver),
+                          sizeof receiver);
+        });
+    } else {
+        Envelope envelope;
+        msghdr message;
+        envelope.addressSend(message, {data, size, to, from});
+        sent = uninterrupted([&] { return sendmsg(fileDescriptor, &message, 0); });
+    }
     return sent < 0 ? errno : 0;
 }
+
+#ifdef __linux__
+
+std::size_t receiveDatagrams(int fileDescriptor, char* const* buffers, std::size_t size, std::size_t count,
+                             bool manyAddresses, Receipt* receipts) {
+    Envelope envelopes[batchSize];
+    mmsghdr messages[batchSize];
+    for (std::size_t i = 0; i < count; ++i)
+        envelopes[i].addressReceive(messages[i].msg_hdr, buffers[i], size, manyAddresses);
+    const ssize_t received = uninterrupted(
+        [&] { return recvmmsg(fileDescriptor, messages, static_cast<unsigned int>(count), 0, nullptr); });
+    if (received < 0) {
+        receipts[0] = failedReceipt(errno);
+        return isNothingThere(receipts[0].error) ? 0 : 1;
+    }
+    for (std::size_t i = 0; i < static_cast<std::size_t>(received); ++i)
+        receipts[i] = receiptOf(messages[i].msg_hdr, messages[i].msg_len, manyAddresses);
+    return static_cast<std::size_t>(received);
+}
+
+int sendDatagrams(int fileDescriptor, const Shipment* shipments, std::size_t count, int& error) {
+    Envelope envelopes[batchSize];
+    mmsghdr messages[batchSize];
+    for (std::size_t i = 0; i < count; ++i)
+        envelopes[i].addressSend(messages[i].msg_hdr, shipments[i]);
+    const ssize_t sent = uninterrupted(
+        [&] { return sendmmsg(fileDescriptor, messages, static_cast<unsigned int>(count), 0); });
+    error = sent < 0 ? errno : 0;
+    return std::max(static_cast<int>(sent), 0);
+}
+
+#else
+
+std::size_t receiveDatagrams(int fileDescriptor, char* const* buffers, std::size_t size, std::size_t count,
+                             bool manyAddresses, Receipt* receipts) {
+    for (std::size_t i = 0; i < count; ++i) {
+        receipts[i] = receiveDatagram(fileDescriptor, buffers[i], size, manyAddresses);
+        if (receipts[i].error != 0)
+            return isNothingThere(receipts[i].error) ? i : i + 1;
+    }
+    return count;
+}
+
+int sendDatagrams(int fileDescriptor, const Shipment* shipments, std::size_t count, int& error) {
+    error = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const Shipment& next = shipments[i];
+        error = sendDatagram(fileDescriptor, next.data, next.size, next.to, next.from);
+        if (error != 0)
+            return static_cast<int>(i);
+    }
+    return static_cast<int>(count);
+}
+
+#endif
 
 int awaitReadable(int fileDescriptor, int milliseconds) {
     pollfd waiting{fileDescriptor, POLLIN, 0};

@@ -9,6 +9,8 @@
 
 namespace lcmpudpdetail {
 
+constexpr int batchSize = 16;  // datagrams of one call
+
 /// A socket, or what kept it from being one: `attempt` names the step that failed with `error`.
 struct Opening {
     int error = 0;
@@ -34,9 +36,25 @@ struct Receipt {
 /// `manyAddresses`: the socket is bound to all addresses, and learns which was meant.
 Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses);
 
+/// Receives what is there into `count` buffers of `size` bytes each, at most batchSize, and returns how many
+/// receipts it has written. The last may tell an error; nothing there is none.
+std::size_t receiveDatagrams(int fileDescriptor, char* const* buffers, std::size_t size, std::size_t count,
+                             bool manyAddresses, Receipt* receipts);
+
 /// Sends from the address `from`; 0 leaves the choice to the system.
 int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to,
                  std::uint32_t from);
+
+/// What sendDatagram takes.
+struct Shipment {
+    const char* data;
+    std::size_t size;
+    LcmpUdpAddress to;
+    std::uint32_t from;
+};
+
+/// Sends some of the first, at most batchSize, and returns how many; with an error, the next was not sent.
+int sendDatagrams(int fileDescriptor, const Shipment* shipments, std::size_t count, int& error);
 
 /// Waits until something is there to receive or the time is over; negative: for ever.
 int awaitReadable(int fileDescriptor, int milliseconds);

@@ -53,5 +53,11 @@ int main() {
                              std::string("OTN1\x01\x03\x00\x01\x00\x00\x00", 11) + element + "\x80");
     const bool write = expect("refused write", card.ask(std::string("OTN1\x01\x02\x00\x02", 8) + element + "\x81"),
                               std::string("OTN1\x01\x04\x00\x02\x09\x00\x00", 11));
-    return read && write ? 0 : 1;
+
+    LCMPRequest request;
+    request.setAction(LCMP_ACTION_READ);
+    std::string header(8, '\0');
+    const bool own = request.serialize(header.data(), 8) != 0 &&
+                     expect("own request", header, std::string("OTN1\x01\x01\x00\x00", 8));
+    return read && write && own ? 0 : 1;
 }

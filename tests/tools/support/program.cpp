@@ -12,7 +12,7 @@
 #include <cstring>
 #include <stdexcept>
 
-extern char** environ;
+extern char** environ;  // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
 
 namespace {
 
@@ -30,6 +30,7 @@ std::vector<std::string> environmentFor(const std::vector<std::string>& added) {
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts)
         pointers.push_back(text.data());
     pointers.push_back(nullptr);

@@ -1,0 +1,20 @@
+# lcmp_runnable(TARGET VARIABLE): what a script or another program calls to run an executable target. In a build
+# for another machine that is a script of the same name, which starts the emulator.
+function(lcmp_runnable target variable)
+  set(path "$<TARGET_FILE:${target}>")
+  if(CMAKE_CROSSCOMPILING AND CMAKE_CROSSCOMPILING_EMULATOR)
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
+    get_target_property(name ${target} OUTPUT_NAME)
+    if(NOT name)
+      set(name ${target})
+    endif()
+    set(path "${PROJECT_BINARY_DIR}/emulated/${name}")
+    get_property(is_written TARGET ${target} PROPERTY LCMP_RUNNABLE)
+    if(NOT is_written)
+      file(GENERATE OUTPUT "${path}" CONTENT "#!/bin/sh\nexec ${emulator} '$<TARGET_FILE:${target}>' \"$@\"\n"
+           FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+      set_property(TARGET ${target} PROPERTY LCMP_RUNNABLE ON)
+    endif()
+  endif()
+  set(${variable} "${path}" PARENT_SCOPE)
+endfunction()

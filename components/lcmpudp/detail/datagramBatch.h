@@ -1,0 +1,89 @@
+// Several datagrams with one system call, where the platform has such calls; elsewhere one after the other.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "udpSocket.h"
+
+namespace lcmpudpdetail {
+
+/// Datagrams that have been received and wait to be handled, in the order of their coming.
+class Inbox {
+public:
+    using Buffer = std::unique_ptr<char[]>;
+
+    explicit Inbox(std::size_t bufferSize) : m_bufferSize(bufferSize) {}
+
+    bool empty() const { return m_next == m_count; }
+    void clear() { m_next = m_count; }
+
+    /// Receives what is there, at most `most`; the inbox is empty before. An error waits like a datagram.
+    /// False: no more was there.
+    bool fill(int fileDescriptor, int most, bool manyAddresses);
+
+    /// Takes the oldest out: its bytes change places with `buffer`, which may be null.
+    Receipt take(Buffer& buffer);
+
+private:
+    std::size_t m_bufferSize;
+    std::array<Buffer, batchSize> m_buffers;  // made when they are needed first
+    std::array<Receipt, batchSize> m_receipts;
+    std::size_t m_count = 0;
+    std::size_t m_next = 0;
+};
+
+/// Datagrams that are to be sent together, in this order.
+class Outbox {
+public:
+    bool empty() const { return m_letters.empty(); }
+
+    /// Whether the next is better sent without waiting any longer.
+    bool full() const { return m_letters.size() >= batchSize || m_bytes.size() >= enoughBytes; }
+
+    /// Copies the bytes.
+    void add(const char* data, std::size_t size, const LcmpUdpAddress& to, std::uint32_t from);
+
+    /// Sends all, whatever becomes of each, and forgets them. failed(to, error) tells of those that were not
+    /// sent. Returns the number of those that were.
+    template <typename Failed>
+    int send(int fileDescriptor, Failed failed) {
+        int sent = 0;
+        for (std::size_t position = 0; position < m_letters.size();) {
+            const Sent result = sendSome(fileDescriptor, position);
+            sent += result.count;
+            position += static_cast<std::size_t>(result.count);
+            if (result.error != 0)
+                failed(m_letters[position++].to, result.error);
+        }
+        m_letters.clear();
+        m_bytes.clear();
+        return sent;
+    }
+
+private:
+    static constexpr std::size_t enoughBytes = 32768;
+
+    struct Letter {
+        std::size_t begin;
+        std::size_t size;
+        LcmpUdpAddress to;
+        std::uint32_t from;
+    };
+
+    // `count` were sent; with an error, the one behind them was not.
+    struct Sent {
+        int count;
+        int error;
+    };
+
+    Sent sendSome(int fileDescriptor, std::size_t first);
+
+    std::vector<char> m_bytes;
+    std::vector<Letter> m_letters;
+};
+
+}  // namespace lcmpudpdetail
