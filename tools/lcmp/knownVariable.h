@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "lcmpModel.h"
 #include "value.h"
 
 namespace tool {
@@ -17,6 +18,9 @@ struct KnownVariable {
     /// The word for this value, an integer or a boolean as 0 or 1; "" where there is none.
     std::string wordFor(const Element& value) const;
 };
+
+/// The words of a variable's numbers.
+std::map<long long, std::string> wordsOf(const LcmpModelVariable& variable);
 
 KnownVariable knownVariable(unsigned int oid);
 
