@@ -18,10 +18,13 @@ SERVERS = {
     "card": ["bench_card", "{port}", "scalar"],
     "card of 2,048": ["bench_card", "{port}", "table"],
     "card of 192 objects": ["bench_card", "{port}", "scalar", "192"],
+    "by hand": ["bench_by_hand", "{port}", "scalar"],
+    "2,048 by hand": ["bench_by_hand", "{port}", "table"],
     "net-snmp": ["bench_snmp_agent", "{port}"],
     "libcoap": ["bench_coap_server", "{port}"],
 }
-PROTOCOLS = {"bench_echo": "echo", "bench_card": "card", "bench_snmp_agent": "snmp", "bench_coap_server": "coap"}
+PROTOCOLS = {"bench_echo": "echo", "bench_card": "card", "bench_by_hand": "card", "bench_snmp_agent": "snmp",
+             "bench_coap_server": "coap"}
 
 
 def free_port():
