@@ -27,13 +27,12 @@ PLANTED_SECONDS = 60
 SANITIZERS = "-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer"
 OPTIMISED = "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -g1"
 TOOLCHAIN = ROOT / "cmake" / "powerpc-linux-gnu.cmake"
-BARE_CROSS = ["-DCMAKE_SYSTEM_NAME=Linux", "-DCMAKE_SYSTEM_PROCESSOR=ppc",
-              "-DCMAKE_CXX_COMPILER=powerpc-linux-gnu-g++", "-DBOOST_INCLUDEDIR=/usr/include"]
+YAML_CPP = ROOT / "build" / "sources" / "yaml-cpp"
 CONFIGURATIONS = {
     "engine": ["-DCMAKE_CXX_COMPILER=clang++", OPTIMISED, "-DLCMP_FUZZ_ENGINE=ON",
                f"-DCMAKE_CXX_FLAGS={SANITIZERS} -fsanitize=fuzzer-no-link"],
     "native": ["-DCMAKE_CXX_COMPILER=g++", OPTIMISED, f"-DCMAKE_CXX_FLAGS={SANITIZERS}"],
-    "powerpc": [f"-DCMAKE_TOOLCHAIN_FILE={TOOLCHAIN}"] if TOOLCHAIN.exists() else BARE_CROSS,
+    "powerpc": [f"-DCMAKE_TOOLCHAIN_FILE={TOOLCHAIN}", f"-DLCMP_YAML_CPP_SOURCE_DIR={YAML_CPP}"],
     "coverage": ["-DCMAKE_CXX_COMPILER=clang++", "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O0 -g1",
                  "-DCMAKE_CXX_FLAGS=-fprofile-instr-generate -fcoverage-mapping"],
 }
