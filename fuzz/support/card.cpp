@@ -272,7 +272,7 @@ Peer Peer::of(unsigned int number) {
                                                    {nullptr, true},
                                                    {"%s%n.example", false}}};
     // Where a place stays free nobody may take it: it would be lost to the next input.
-    const unsigned int index = number % peers.size();
+    const std::size_t index = number % peers.size();
     return peers[index == 4 ? PeersAccount::followed - 1 : index];
 }
 
