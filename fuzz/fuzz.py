@@ -27,13 +27,12 @@ PLANTED_SECONDS = 60
 SANITIZERS = "-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer"
 OPTIMISED = "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -g1"
 TOOLCHAIN = ROOT / "cmake" / "powerpc-linux-gnu.cmake"
-BARE_CROSS = ["-DCMAKE_SYSTEM_NAME=Linux", "-DCMAKE_SYSTEM_PROCESSOR=ppc",
-              "-DCMAKE_CXX_COMPILER=powerpc-linux-gnu-g++", "-DBOOST_INCLUDEDIR=/usr/include"]
+YAML_CPP = ROOT / "build" / "sources" / "yaml-cpp"
 CONFIGURATIONS = {
     "engine": ["-DCMAKE_CXX_COMPILER=clang++", OPTIMISED, "-DLCMP_FUZZ_ENGINE=ON",
                f"-DCMAKE_CXX_FLAGS={SANITIZERS} -fsanitize=fuzzer-no-link"],
     "native": ["-DCMAKE_CXX_COMPILER=g++", OPTIMISED, f"-DCMAKE_CXX_FLAGS={SANITIZERS}"],
-    "powerpc": [f"-DCMAKE_TOOLCHAIN_FILE={TOOLCHAIN}"] if TOOLCHAIN.exists() else BARE_CROSS,
+    "powerpc": [f"-DCMAKE_TOOLCHAIN_FILE={TOOLCHAIN}", f"-DLCMP_YAML_CPP_SOURCE_DIR={YAML_CPP}"],
     "coverage": ["-DCMAKE_CXX_COMPILER=clang++", "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O0 -g1",
                  "-DCMAKE_CXX_FLAGS=-fprofile-instr-generate -fcoverage-mapping"],
 }
@@ -221,6 +220,8 @@ def replay(arguments):
         arguments = arguments[2:]
         if machine not in ("native", "powerpc"):
             fail(f"--on native or --on powerpc, not '{machine}'")
+    if machine == "powerpc" and not YAML_CPP.exists():
+        subprocess.run([ROOT / "scripts" / "setup", "--all"], stdout=sys.stderr, check=True)
     files = files_by_target(arguments)
     binaries = build(machine, programs_of(files))
     prefix = QEMU if machine == "powerpc" else []
@@ -313,10 +314,13 @@ def find_planted(fault, tree):
     with planting.planted(fault, tree):
         binaries = build("engine", programs_of([fault.target]), tree, folder)
     artifacts = BUILD / "planted" / "findings"
+    found_out = BUILD / "planted" / "work" / fault.name  # the engine writes to the first of its folders
+    shutil.rmtree(found_out, ignore_errors=True)
+    found_out.mkdir(parents=True)
     log = BUILD / "planted" / f"{fault.name}.log"
     start = time.monotonic()
-    status = engine_run(binaries / f"fuzz_{fault.target}", fault.target, PLANTED_SECONDS, [CORPUS / fault.target],
-                        artifacts, log, "-seed=1")
+    status = engine_run(binaries / f"fuzz_{fault.target}", fault.target, PLANTED_SECONDS,
+                        [found_out, CORPUS / fault.target], artifacts, log, "-seed=1")
     seconds = time.monotonic() - start
     return (seconds if status != 0 else None), cause(log.read_text(encoding="utf-8", errors="replace"))
 

@@ -18,7 +18,7 @@ import pathlib
 import shutil
 import sys
 
-COPIED = ["CMakeLists.txt", "cmake", "components", "fuzz", "tests/support", "tests/frames", "tools"]
+COPIED = ["CMakeLists.txt", "cmake", "components", "fuzz", "models", "tests/support", "tests/frames", "tools"]
 
 
 @dataclasses.dataclass

@@ -1,12 +1,15 @@
-// Makes the first inputs of every target from the golden frames and the examples of the command line.
+// Makes the first inputs of every target from the golden frames, the models and the examples of the command
+// line.
 //
 // usage: fuzz_seeds FOLDER      writes FOLDER/TARGET/NAME
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
+#include "captures.h"
 #include "frameBuilder.h"
 #include "frames.h"
 
@@ -160,6 +163,86 @@ void writeSessions() {
               record(readRequest(2, {{0x04800009, 9}})));
 }
 
+// Captures of a frame in both file formats and both byte orders, packets of other link layers, and its text.
+void writeCaptures(const Frame& golden) {
+    const std::string packet = udpPacket({1, 17470}, {2, 40000}, golden.bytes);
+    const std::string ethernet = std::string(12, 'e') + bigEndian(0x0800, 2) + packet;
+    for (const bool isBig : {true, false}) {
+        const CaptureBytes order(isBig);
+        const std::string name = golden.name + (isBig ? "-big" : "-little");
+        const std::string options =
+            order.option(9, "\x09") + order.option(14, order.u64(100)) + order.option(0, "");
+        write("capture", name + "-pcap",
+              byte(0) + order.pcapHeader(0xA1B2C3D4, 101) + order.record(1, 2, packet) +
+                  order.record(3, 4, packet, 9));
+        write("capture", name + "-pcapng",
+              byte(0) + order.section() + order.interface(1, options) +
+                  order.packet(0, 1000000001, ethernet) + order.oldPacket(0, 5, ethernet) +
+                  order.simplePacket(ethernet));
+    }
+    write("capture", golden.name + "-vlan",
+          byte(4) + bigEndian(1, 2) + std::string(12, 'e') + bigEndian(0x81000001, 4) + bigEndian(0x0800, 2) +
+              packet);
+    write("capture", golden.name + "-cooked",
+          byte(4) + bigEndian(113, 2) + std::string(14, 'c') + bigEndian(0x0800, 2) + packet);
+    write("capture", golden.name + "-cooked2",
+          byte(4) + bigEndian(276, 2) + bigEndian(0x0800, 2) + std::string(18, 'c') + packet);
+    write("capture", golden.name + "-frame", byte(6) + golden.bytes);
+    write("capture", golden.name + "-kept", byte(0x2E) + golden.bytes);
+    write("capture", golden.name + "-text",
+          byte(2) + hex(golden.bytes) + " # " + golden.name + "\n\n4f544e31");
+    write("capture", golden.name + "-dump", byte(2) + "0000  " + hex(golden.bytes));
+}
+
+std::string fileText(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// Every object of a model as a model of its own.
+void writeModel(const std::filesystem::path& path) {
+    const std::string begin = "\n  - name:";
+    const std::string text = fileText(path);
+    std::size_t at = text.find(begin);
+    const std::string head = "card: c\nobjects:";
+    for (int index = 0; at != std::string::npos; ++index) {
+        const std::size_t next = text.find(begin, at + 1);
+        write("model", path.stem().string() + "-" + std::to_string(index),
+              byte(0) + head + text.substr(at, next == std::string::npos ? next : next - at) + "\n");
+        at = next;
+    }
+}
+
+void writeModels() {
+    for (const auto& entry : std::filesystem::directory_iterator(LCMP_MODELS_DIR)) {
+        if (entry.path().extension() == ".yaml")
+            writeModel(entry.path());
+    }
+    const std::string scalar =
+        "card: c\nobjects:\n  - {name: s, kind: scalar, id: 4, common: false, variables: [\n    {id: 0, "
+        "name: a, "
+        "access: writable, ";
+    int index = 0;
+    for (const char* variable :
+         {"type: UINT8, default: 3, allow: [0-3, 128], names: {0: off, 1: on}",
+          "type: INT16, min: -5, max: 100, default: 100",
+          "type: UINT64, max: 18446744073709551615, default: 18446744073709551615",
+          "type: STRING, pattern: '[A-Za-z]{1,3}', default: ab",
+          "type: STRING, maxLength: 31, description: \"a\\tb\\n#\"",
+          "type: BYTE_ARRAY, length: 2, default: 00ff", "type: IPv4ADDRESS, default: 192.0.2.1",
+          "type: UNIX_TIME, default: 2024-05-01T12:00:00Z", "type: MAC_ADDRESS, default: '00:1b:21:3c:4d:5e'",
+          "type: BOOLEAN, default: on, eventable: true",
+          "type: INT32, simulate: {shape: walk, low: 20, high: 60, step: 3, seed: 1}",
+          "type: UINT8, simulate: {shape: steps, values: [1, 2], period: 30s}", "type: UINT8, defalt: 1",
+          "type: UINT8, default: 256", "type: STRING, pattern: '('"})
+        write("model", "variable-" + std::to_string(index++), byte(0) + scalar + variable + "}]}\n");
+    for (const char* text : {"", "card: c", "card: c\nobjects: []", "[1, 2", "a: &b 1\nc: *b", "--- a\n--- b",
+                             "[[[[[[[[[[[[[[[[[[[[", "? {a: b}\n: c", "card: c\ncard: d"})
+        write("model", "text-" + std::to_string(index++), byte(0) + text);
+    for (const char* name : {"control.bpClkRef", "temperature[16383].value", "temperature.value", "contrl.x"})
+        write("model", "name-" + std::to_string(index++), byte(2) + name);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -174,7 +257,9 @@ int main(int argc, char** argv) {
     for (const Frame& each : frames) {
         writeFrame(each);
         writeElements(each);
+        writeCaptures(each);
     }
+    writeModels();
     writeTexts();
     writeValues();
     writeSessions();

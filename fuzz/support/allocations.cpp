@@ -16,7 +16,10 @@ long fuzz::liveAllocations() { return live.load(std::memory_order_relaxed); }
 
 #ifdef FUZZ_ADDRESS_SANITIZER
 
-#include <sanitizer/allocator_interface.h>
+// Declared here: g++ 12 comes with the function and without its header.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the sanitizer's own name.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*allocated)(const volatile void*, std::size_t),
+                                                         void (*freed)(const volatile void*));
 
 void fuzz::countAllocations() {
     __sanitizer_install_malloc_and_free_hooks(

@@ -272,7 +272,7 @@ Peer Peer::of(unsigned int number) {
                                                    {nullptr, true},
                                                    {"%s%n.example", false}}};
     // Where a place stays free nobody may take it: it would be lost to the next input.
-    const unsigned int index = number % peers.size();
+    const std::size_t index = number % peers.size();
     return peers[index == 4 ? PeersAccount::followed - 1 : index];
 }
 
@@ -341,13 +341,13 @@ std::vector<Account::Resolved> Account::resolve(const WireWalk& walk) {
 // In the order in which a peer is told: room, identity, type, length, access, value.
 unsigned int Account::faultOf(const Variable& variable, const WireElement& element, bool checkValue) const {
     const std::size_t read = variable.type == MAC_ADDRESS ? macSize : widthOf(variable.type);
-    if (element.space < read)
-        return RESULT_WRONG_LEN;
     if (element.oid != variable.oid)
         return RESULT_WRONG_OID;
     if (element.type != variable.type)
         return RESULT_WRONG_TYPE;
     if (variable.type != STRING && element.value.size() != variable.value.size())
+        return RESULT_WRONG_LEN;
+    if (element.space < read)
         return RESULT_WRONG_LEN;
     if (!checkValue)
         return RESULT_OK;

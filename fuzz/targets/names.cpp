@@ -10,6 +10,7 @@
 #include "exitStatus.h"
 #include "fuzzTarget.h"
 #include "invariants.h"
+#include "lcmpModelValue.h"
 #include "lcmpObjectId.h"
 #include "lcmpObjects.h"
 #include "nearestName.h"
@@ -113,18 +114,34 @@ void tryAllowList(const std::string& text) {
                  "a block without its own address: " + text);
 }
 
+bool isTime(const std::string& text, long long& seconds) {
+    LcmpModelValue value;
+    std::string problem;
+    if (!lcmpModelParseValue(UNIX_TIME, text, value, problem)) {
+        FUZZ_REQUIRE(textRefused, !problem.empty(), "refused without a word");
+        return false;
+    }
+    seconds = std::get<long long>(value);
+    return true;
+}
+
+void tryTime(const std::string& text) {
+    long long seconds = 0;
+    if (!isTime(text, seconds) || seconds < 0 || seconds > 0xFFFFFFFFLL)
+        return;
+    const std::string back = tool::timeText(static_cast<std::uint32_t>(seconds), 0);
+    const std::string whole = back.substr(0, back.find('.')) + "Z";
+    long long again = 0;
+    FUZZ_REQUIRE(roundTrip, isTime(whole, again) && again == seconds, "another time: " + whole);
+}
+
 void tryTimes(const std::string& text) {
     constexpr long long longest = 1000LL * 3600 * 1000;
     std::chrono::milliseconds duration{};
     if (accepts([&] { duration = tool::parseDuration("--timeout", text); }))
         FUZZ_REQUIRE(textRefused, duration.count() >= 0 && duration.count() <= longest,
                      "a time out of range");
-    long long seconds = 0;
-    if (accepts([&] { seconds = tool::parseTime(text); }) && seconds >= 0 && seconds <= 0xFFFFFFFFLL) {
-        const std::string back = tool::timeText(static_cast<std::uint32_t>(seconds), 0);
-        const std::string whole = back.substr(0, back.find('.')) + "Z";
-        FUZZ_REQUIRE(roundTrip, tool::parseTime(whole) == seconds, "another time: " + whole);
-    }
+    tryTime(text);
 }
 
 }  // namespace

@@ -39,9 +39,7 @@ bool parses(LcmpTlvType type, const std::string& text, tool::Element& element) {
 void tryPrinting(const tool::Element& element) {
     for (const char c : tool::displayText(element))
         FUZZ_REQUIRE(logIsText, !isControl(c), "a control byte is shown: " + hex(tool::displayText(element)));
-    nlohmann::ordered_json object;
-    tool::addJsonValue(element, object);
-    const std::string line = tool::jsonLine(object);
+    const std::string line = tool::jsonLine({{"value", tool::jsonValue(element)}});
     FUZZ_REQUIRE(logIsText, nlohmann::ordered_json::accept(line), "no JSON: " + line);
     FUZZ_REQUIRE(logIsText, line.find('\n') == line.size() - 1, "more than a line: " + line);
 }
