@@ -106,7 +106,7 @@ void HostileFrames::setLength() {
 
 void HostileFrames::cut() { m_frame.resize(place(m_frame.size() + 1)); }
 
-void HostileFrames::append() { m_frame.append(1 + m_chance.below(16), oddByte()); }
+void HostileFrames::append() { m_frame.append(static_cast<std::size_t>(1 + m_chance.below(16)), oddByte()); }
 
 void HostileFrames::repeat() {
     const std::size_t begin = place(m_frame.size());

@@ -81,7 +81,7 @@ void Proxy::addWay(const LcmpUdpAddress& card) {
     m_ways.push_back(way);
 }
 
-void Proxy::watch(int socket, std::size_t way, bool front) {
+void Proxy::watch(int socket, std::size_t way, bool front) const {
     epoll_event event{};
     event.events = EPOLLIN;
     event.data.u64 = way << 1 | (front ? 1U : 0U);
@@ -110,7 +110,7 @@ int Proxy::millisecondsToDue() const {
     return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
 }
 
-void Proxy::receive(std::size_t way, bool front) {
+void Proxy::receive(std::size_t way, bool front) const {
     static std::array<char, longestDatagram> buffer;
     const int socket = front ? m_ways[way].frontSocket : m_ways[way].backSocket;
     for (int turn = 0; turn < datagramsInATurn; ++turn) {

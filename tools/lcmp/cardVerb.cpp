@@ -59,7 +59,7 @@ private:
 // A card's endpoint that says no more than it may about what is broken.
 class CardEndpoint : public LcmpUdpEndpoint {
 public:
-    void frameReceived(const LcmpUdpAddress&, const char* data, int size) override {
+    void frameReceived(const LcmpUdpAddress& /*from*/, const char* data, int size) override {
         m_notices.frameReceived(data, size);
     }
 

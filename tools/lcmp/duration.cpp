@@ -24,7 +24,7 @@ std::optional<double> millisecondsOf(const std::string& unit) {
     return std::nullopt;
 }
 
-std::optional<double> milliseconds(const std::string& text) {
+std::optional<double> millisecondsIn(const std::string& text) {
     if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0)
         return std::nullopt;
     const auto unitAt = text.find_first_not_of("0123456789.");
@@ -41,7 +41,7 @@ std::optional<double> milliseconds(const std::string& text) {
 }  // namespace
 
 std::chrono::milliseconds parseDuration(const std::string& what, const std::string& text) {
-    const std::optional<double> value = milliseconds(text);
+    const std::optional<double> value = millisecondsIn(text);
     if (!value)
         throw Failure(ExitStatus::usage, what + ": '" + text + "' is no time; write 500ms, 5s, 2min or 1h");
     if (*value > maxMilliseconds)

@@ -124,7 +124,7 @@ long long secondsOf(const Moment& moment, const std::string& text) {
     long long days = daysBefore(moment.year) + moment.day - 1;
     for (int month = 1; month < moment.month; ++month)
         days += daysIn(moment.year, month);
-    return days * secondsOfDay + (moment.hour * 60 + moment.minute) * 60 + moment.second;
+    return days * secondsOfDay + (moment.hour * 60LL + moment.minute) * 60 + moment.second;
 }
 
 // Of seconds since 1970, which are not negative.
