@@ -110,7 +110,7 @@ int Proxy::millisecondsToDue() const {
     return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
 }
 
-void Proxy::receive(std::size_t way, bool front) const {
+void Proxy::receive(std::size_t way, bool front) {
     static std::array<char, longestDatagram> buffer;
     const int socket = front ? m_ways[way].frontSocket : m_ways[way].backSocket;
     for (int turn = 0; turn < datagramsInATurn; ++turn) {
