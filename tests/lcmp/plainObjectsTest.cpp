@@ -112,6 +112,15 @@ TEST(DerivedProperty, OfAnotherLengthTravelsAndIsJudgedWithThat) {
     EXPECT_EQ(card.answer(), refused(RESULT_WRONG_LEN, 0));
 }
 
+TEST(DerivedProperty, ThatAnnouncesLessThanItReadsIsNotReadBeyondTheFrame) {
+    CardWith card(new Half(1, "half", changeable, 0x01020304U));
+    EXPECT_EQ(card.property(CardWith::oid).readWidth(), 4U);
+    card.write({{PlainCard::byte, UINT8, "01"}, {CardWith::oid, UINT32, "0506"}});
+    EXPECT_EQ(card.answer(), refused(RESULT_WRONG_LEN, 1));
+    EXPECT_EQ(card.value<unsigned int>(CardWith::oid), 0x01020304U);
+    EXPECT_EQ(card.value<unsigned char>(PlainCard::byte), 16);
+}
+
 TEST(DerivedProperty, ThatWritesAndReadsItsElementItselfDoes) {
     CardWith card(new Inverted(1, "inverted", changeable, 0x01020304U));
     card.read({{CardWith::oid, 0}, {PlainCard::number, 0}});
