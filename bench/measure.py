@@ -18,10 +18,13 @@ SERVERS = {
     "card": ["bench_card", "{port}", "scalar"],
     "card of 2,048": ["bench_card", "{port}", "table"],
     "card of 192 objects": ["bench_card", "{port}", "scalar", "192"],
+    "by hand": ["bench_by_hand", "{port}", "scalar"],
+    "2,048 by hand": ["bench_by_hand", "{port}", "table"],
     "net-snmp": ["bench_snmp_agent", "{port}"],
     "libcoap": ["bench_coap_server", "{port}"],
 }
-PROTOCOLS = {"bench_echo": "echo", "bench_card": "card", "bench_snmp_agent": "snmp", "bench_coap_server": "coap"}
+PROTOCOLS = {"bench_echo": "echo", "bench_card": "card", "bench_by_hand": "card", "bench_snmp_agent": "snmp",
+             "bench_coap_server": "coap"}
 
 
 def free_port():
@@ -83,19 +86,23 @@ class Programs:
 
     def system_calls(self, in_flight):
         """{name: calls per served request}, from two runs of different length: what starting costs is in both."""
-        few, many = (self._traced_calls(in_flight, seconds) for seconds in (1, 4))
-        served = sum(calls for name, calls in (many - few).items() if name.startswith("send"))
+        few, many = (self._traced_calls(in_flight, seconds) for seconds in (1, 3))
+        calls = many - few
+        served = calls.pop("datagrams sent", 0)
         if served == 0:
             raise RuntimeError("strace saw no replies")
-        return {name: calls / served for name, calls in (many - few).items() if calls / served >= 0.005}
+        return {name: count / served for name, count in calls.items() if count / served >= 0.005}
 
     def _traced_calls(self, in_flight, seconds):
-        with tempfile.NamedTemporaryFile("r") as summary:
-            with self.serving("card", ["strace", "-c", "-o", summary.name]) as address:
+        with tempfile.NamedTemporaryFile("r") as trace:
+            with self.serving("card", ["strace", "-s", "0", "-e", "signal=none", "-o", trace.name]) as address:
                 self.rates(address, address, 16, "fixed", in_flight, 1, seconds)
-            rows = (line.split() for line in summary.read().splitlines())
-            return collections.Counter({row[-1]: int(row[3]) for row in rows
-                                        if len(row) >= 5 and row[3].isdigit() and row[-1] != "total"})
+            calls = collections.Counter()
+            for name, result in re.findall(r"^(\w+)\(.* = (-?\d+)", trace.read(), re.MULTILINE):
+                calls[name] += 1
+                if name.startswith("send") and int(result) > 0:
+                    calls["datagrams sent"] += int(result) if name == "sendmmsg" else 1
+            return calls
 
     def instructions(self, kind, elements=100):
         """(instructions per element, {function: instructions per element}) of serving one kind of request."""

@@ -146,13 +146,14 @@ int LcmpUdpEndpoint::takeDatagrams(int most) {
     int handled = 0;
     bool drained = false;
     for (int turn = 0; turn < most && m_socket >= 0; ++turn) {
-        // Where one was, there may be many: the next are received together.
         if (turn > 0 && !holdsDatagrams()) {
             if (drained)
                 break;
-            drained = !m_inbox->fill(m_socket, most - turn, m_local.host == 0);
-            if (m_inbox->empty())
-                break;
+            if (m_inbox->isWorthFilling()) {
+                drained = !m_inbox->fill(m_socket, most - turn, m_local.host == 0);
+                if (m_inbox->empty())
+                    break;
+            }
         }
         const Taken taken = takeNext();
         if (taken == Taken::failed)

@@ -128,6 +128,10 @@ public:
     /// none or one send failed. Every false leaves its reason in getLastError().
     bool sendMessage(LCMPMessage* msg) override;
 
+    /// Sends bytes as they are, past the protocol: for tools that try what peers make of them. False: closed,
+    /// or the socket did not take them (getLastError()).
+    bool sendBytes(const LcmpUdpAddress& to, const char* data, std::size_t size);
+
     /// Hook: runs before each frame is handled, whatever it holds and whoever is served by it. `data` is
     /// valid during the call. The reply to an own request comes by here too, when its wait is over. Base:
     /// nothing.
@@ -193,7 +197,9 @@ private:
     bool sendResponseFrame(const LCMPMessage& msg, Frame& frame);
     bool sendEventFrame(const LCMPMessage& msg, Frame& frame);
     int transmit(const Frame& frame, const LcmpUdpAddress& to, std::uint32_t from);
+    int transmit(const char* data, std::size_t size, const LcmpUdpAddress& to, std::uint32_t from);
     void sendOutbox();
+    void emptyOutbox();
     void countUnsent(const LcmpUdpAddress& to, int error);
 
     bool parsePeer(const char* what, const std::string& address, std::uint16_t port, LcmpUdpAddress& peer);

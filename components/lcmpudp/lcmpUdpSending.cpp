@@ -169,9 +169,20 @@ LcmpUdpEndpoint::Clock::duration LcmpUdpEndpoint::withJitter(Milliseconds wait) 
     return Clock::duration(wait) / 1000 * permille(m_random);
 }
 
+bool LcmpUdpEndpoint::sendBytes(const LcmpUdpAddress& to, const char* data, std::size_t size) {
+    if (m_socket < 0)
+        return fail("bytes", "the endpoint is closed");
+    return transmit(data, size, to, 0) == 0;
+}
+
 int LcmpUdpEndpoint::transmit(const Frame& frame, const LcmpUdpAddress& to, std::uint32_t from) {
+    return transmit(frame.bytes.get(), frame.size, to, from);
+}
+
+int LcmpUdpEndpoint::transmit(const char* data, std::size_t size, const LcmpUdpAddress& to,
+                              std::uint32_t from) {
     sendOutbox();
-    const int error = lcmpudpdetail::sendDatagram(m_socket, frame.bytes.get(), frame.size, to, from);
+    const int error = lcmpudpdetail::sendDatagram(m_socket, data, size, to, from);
     if (error == 0)
         ++m_counters.sent;
     else
@@ -179,9 +190,13 @@ int LcmpUdpEndpoint::transmit(const Frame& frame, const LcmpUdpAddress& to, std:
     return error;
 }
 
+// Nearly always there is nothing.
 void LcmpUdpEndpoint::sendOutbox() {
-    if (m_outbox->empty())
-        return;
+    if (!m_outbox->empty())
+        emptyOutbox();
+}
+
+void LcmpUdpEndpoint::emptyOutbox() {
     const int sent =
         m_outbox->send(m_socket, [this](const LcmpUdpAddress& to, int error) { countUnsent(to, error); });
     m_counters.sent += static_cast<unsigned int>(sent);

@@ -8,15 +8,7 @@
 
 #include "bytes.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define UNDER_ADDRESS_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define UNDER_ADDRESS_SANITIZER
-#endif
-#endif
-
-#if defined(UNDER_ADDRESS_SANITIZER)
+#if defined(LCMP_UNDER_ADDRESS_SANITIZER)
 // Its header does not come with every compiler that has the sanitizer.
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
@@ -35,7 +27,7 @@ void expectRefusesSize(LcmpProperty& property, int size, GuardedBytes& buffer) {
 
 // Bytes that the process holds on the heap.
 std::size_t heapInUse() {
-#if defined(UNDER_ADDRESS_SANITIZER)
+#if defined(LCMP_UNDER_ADDRESS_SANITIZER)
     return __sanitizer_get_current_allocated_bytes();
 #else
     const auto heap = mallinfo2();

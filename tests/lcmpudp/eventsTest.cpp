@@ -73,6 +73,21 @@ TEST(UdpEvents, GoOnceToAReceiverThatWasAddedTwice) {
     EXPECT_TRUE(receiver.hasNothing());
 }
 
+TEST(UdpBytes, GoAsTheyAre) {
+    Station card;
+    Peer peer;
+    EXPECT_TRUE(card.sendBytes(peer.address(), "no frame", 8));
+    EXPECT_EQ(peer.receive(), hex("no frame"));
+    EXPECT_EQ(card.getCounters().sent, 1U);
+}
+
+TEST(UdpBytes, AreNotSentByAClosedEndpoint) {
+    LcmpUdpEndpoint closed;
+    const Peer peer;
+    EXPECT_FALSE(closed.sendBytes(peer.address(), "x", 1));
+    EXPECT_EQ(closed.getLastError(), "bytes: the endpoint is closed");
+}
+
 TEST(UdpEvents, DoNotGoToTheTargetOfRequests) {
     Reporter card;
     Peer receiver;

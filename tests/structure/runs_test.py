@@ -23,6 +23,16 @@ log=${ASAN_OPTIONS##*log_path=}
 exit "$STATUS"
 """
 
+BUILDS = ["dev", "clang", "asan", "powerpc", "powerpc-asan"]
+COMMANDS = {"valgrind": "valgrind build/dev", "lint": "lint ", "abi": "abi ", "soak": "soak --short",
+            "fuzz": "fuzz --replay\nfuzz --replay --on powerpc\nfuzz 20"}
+COMMAND_STAGES = ["valgrind", "lint", "abi", "corpus", "corpus-target", "fuzz", "soak"]
+
+
+def rows(stages, count, outcome):
+    """Those of the table at the end."""
+    return "".join(rf"{stage} +{count} +\d+ s +{outcome}\n" for stage in stages)
+
 
 class Runs(unittest.TestCase):
     def setUp(self):
@@ -32,7 +42,9 @@ class Runs(unittest.TestCase):
         for place in ["scripts", ".ci"]:
             shutil.copytree(ROOT / place, self.tree / place)
         self.has("scripts/setup", 'echo "setup $*" >>"$CALLS"; exit "${SETUP:-0}"')
-        self.has("scripts/valgrind", 'echo "valgrind $*" >>"$CALLS"; printf "looking\\n$SAID\\n"; exit "$COMMAND"')
+        for command in COMMANDS:
+            self.has(f"scripts/{command}",
+                     f'echo "{command} $*" >>"$CALLS"; printf "looking\\n$SAID\\n"; exit "$COMMAND"')
         self.has("bin/cmake", CMAKE)
         self.has("bin/ctest", CTEST)
 
@@ -58,14 +70,14 @@ class Runs(unittest.TestCase):
         self.assertNotIn("clang", calls)
 
     def test_all_are_all_stages_for_ci_too(self):
-        expected = "".join(rf"{stage} +12 tests +\d+ s +passed\n"
-                           for stage in ["dev", "clang", "asan", "powerpc", "powerpc-asan"])
         for command in [["scripts/test", "--all"], [".ci/run"]]:
             status, printed, calls = self.run_script(*command)
             self.assertEqual(status, 0)
-            self.assertRegex(printed, rf"\n{expected}valgrind +34 tests +\d+ s +passed\n$")
+            self.assertRegex(printed, "\n" + rows(BUILDS, "12 tests", "passed") +
+                             rows(COMMAND_STAGES, "34 tests", "passed") + "$")
             self.assertTrue(calls.startswith("setup --all\n"), calls)
-            self.assertIn("\nvalgrind build/dev\n", calls)
+            for called in COMMANDS.values():
+                self.assertIn(f"\n{called}\n", calls)
 
     def test_arguments_reach_ctest(self):
         _, _, calls = self.run_script("scripts/test", "-R", "One or two")
@@ -75,24 +87,25 @@ class Runs(unittest.TestCase):
         status, printed, calls = self.run_script("scripts/test", "--all", "-R", "One")
         self.assertEqual(status, 0)
         self.assertRegex(calls, r"\nctest --preset powerpc-asan .* -R One\n$")
-        self.assertNotIn("valgrind", printed)
+        for stage in COMMAND_STAGES:
+            self.assertNotIn(stage, printed)
 
     def test_a_test_that_fails_fails_the_run_and_the_others_run(self):
         status, printed, _ = self.run_script("scripts/test", "--all", STATUS="8")
         self.assertEqual(status, 1)
         self.assertRegex(printed, r"\ndev +12 tests +\d+ s +FAILED\n")
-        self.assertRegex(printed, r"\nvalgrind +34 tests +\d+ s +passed\n$")
+        self.assertRegex(printed, rows(COMMAND_STAGES, "34 tests", "passed") + "$")
 
     def test_a_command_that_fails_fails_the_run(self):
         status, printed, _ = self.run_script("scripts/test", "--all", COMMAND="1")
         self.assertEqual(status, 1)
-        self.assertRegex(printed, r"\nvalgrind +34 tests +\d+ s +FAILED\n$")
+        self.assertRegex(printed, rows(COMMAND_STAGES, "34 tests", "FAILED") + "$")
 
     def test_a_command_that_counted_nothing_has_not_passed(self):
         for said in ["", "all is well", "count: 0 tests", "count: 34 tests\\nand more"]:
             status, printed, _ = self.run_script("scripts/test", "--all", SAID=said)
             self.assertEqual(status, 1, said)
-            self.assertRegex(printed, r"\nvalgrind +0 .* FAILED\n$")
+            self.assertRegex(printed, rows(COMMAND_STAGES, "0( tests)?", "FAILED") + "$")
 
     def test_of_the_tests_those_that_fail_are_shown(self):
         _, printed, _ = self.run_script("scripts/test", STATUS="8")

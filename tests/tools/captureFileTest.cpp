@@ -19,9 +19,9 @@ const CaptureBytes little(false);
 // "1 link 101 abc 2023-11-14T22:13:20.000001Z", one a packet; a problem is the last line.
 std::vector<std::string> packetsOf(const std::string& file) {
     std::vector<std::string> packets;
-    const GuardedBytes guarded(file);
-    const std::string problem = tool::readCapture(
-        {const_cast<GuardedBytes&>(guarded).data(), file.size()}, [&](const tool::CapturedPacket& packet) {
+    GuardedBytes guarded(file);
+    const std::string problem =
+        tool::readCapture({guarded.data(), file.size()}, [&](const tool::CapturedPacket& packet) {
             std::string text = std::to_string(packet.number) + " link " + std::to_string(packet.linkType) +
                                ' ' + std::string(packet.bytes);
             if (packet.sentSize != packet.bytes.size())
@@ -188,9 +188,9 @@ TEST(CaptureFile, MutatedFilesAreReadWithoutLookingBehindThem) {
     std::mt19937 random(1);
     std::size_t read = 0;
     for (const std::string& file : wholeFiles()) {
-        for (int round = 0; round < 2000; ++round) {
+        for (unsigned int round = 0; round < 2000; ++round) {
             std::string mutated = file;
-            for (unsigned int change = 0; change < 1 + round % 3U; ++change)
+            for (unsigned int change = 0; change < 1 + round % 3; ++change)
                 mutated[4 + random() % (mutated.size() - 4)] = static_cast<char>(random());
             read += packetsOf(mutated).size();
         }

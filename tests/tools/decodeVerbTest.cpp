@@ -196,6 +196,13 @@ TEST(DecodeVerb, AsCsvHasALineForEachElementAndFault) {
         "3,,,,2,8,,,,,18,,,,,element 1 ends in its header: it has 1 of 7 bytes\n");
 }
 
+TEST(DecodeVerb, AsCsvHasTheEndsAndTheRoundTripOfCapturedFrames) {
+    EXPECT_THAT(
+        decode(capture(), {"-o", "csv"}).out,
+        HasSubstr(
+            "\n3,2023-11-14T22:13:20.000376Z,10.0.0.2:17470,10.0.0.1:40001,4,7,9,0,1,0.000126000,,,,,,\n"));
+}
+
 TEST(DecodeVerb, AsValueIsTheBareValues) {
     EXPECT_EQ(decode("4F544E31 01 02 0007 11800002 03 0001 04 02000000 09 0001 61 02000000 0C 0002 00ff",
                      {"-o", "value"})

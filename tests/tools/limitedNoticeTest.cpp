@@ -103,11 +103,9 @@ TEST(LimitedNotice, NoSecondWhereverItBeginsHasMoreThanTenLines) {
     for (const milliseconds pause : {1ms, 7ms, 33ms, 90ms, 99ms, 130ms, 499ms}) {
         Noticing noticing;
         std::deque<LimitedNotice::Time> printed;
-        int said = 0;
         for (; noticing.now() < LimitedNotice::Time(1010s); noticing.pass(pause)) {
             noticing.notice.settle();
             noticing.say("a", 3);
-            said += 3;
             for (int lines = noticing.lines(); lines > 0; --lines)
                 printed.push_back(noticing.now());
             while (!printed.empty() && printed.front() + 1s <= noticing.now())

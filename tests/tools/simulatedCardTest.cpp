@@ -10,13 +10,13 @@
 
 #include "frameBuilder.h"
 #include "lcmpResult.h"
+#include "standardNames.h"
 #include "testEndpoint.h"
 
 using namespace testing;
 using std::chrono::milliseconds;
 using tool::resolveVariable;
 using tool::SimulatedCard;
-using tool::standardObjects;
 using tool::variableOfOid;
 
 namespace {
@@ -125,10 +125,10 @@ std::string at(const char* table, unsigned int row, const char* variable) {
 
 std::vector<std::string> allNames() {
     std::vector<std::string> names;
-    for (const tool::StandardObject& object : standardObjects()) {
+    for (const LcmpModelObject& object : lcmpModelStandard().objects) {
         for (unsigned int row = 0; row < object.rows; ++row) {
-            for (const CardVariableDef& definition : object.group.variables)
-                names.push_back(variableOfOid(object.oid(definition.id, row)).name);
+            for (const LcmpModelVariable& variable : object.variables)
+                names.push_back(lcmpModelName({&object, &variable, row}));
         }
     }
     return names;
@@ -472,4 +472,120 @@ TEST(SimulatedCard, LivesOnAfterAReboot) {
     EXPECT_EQ(card.value("identity.tempSensors"), 4);
     EXPECT_EQ(card.value("temperature[0].valid"), 1);
     EXPECT_EQ(card.value("control.utcTime"), 20);
+}
+
+// ---------------------------------------------------------------- of other models
+
+namespace {
+
+LcmpModel modelWith(const std::string& objects) {
+    LcmpModel model;
+    std::vector<LcmpModelError> errors;
+    EXPECT_TRUE(lcmpModelLoadText("card: c\nobjects: [" + objects + "]", "f", model, errors));
+    for (const LcmpModelError& error : errors)
+        ADD_FAILURE() << lcmpModelErrorText(error);
+    return model;
+}
+
+// Serves a model and writes one byte to its variables.
+class OtherCard {
+public:
+    explicit OtherCard(const LcmpModel& model) : m_model(model), m_card(1, model) {
+        m_card.registerWith(m_endpoint);
+    }
+
+    void live(int periods) {
+        for (int i = 0; i < periods; ++i)
+            m_card.live(milliseconds(1000));
+    }
+
+    std::string bytes(const std::string& name) {
+        return ask(name, readRequest(nextId(), {element(name, "")}));
+    }
+
+    void write(const std::string& name, const std::string& value) {
+        ask(name, writeRequest(nextId(), {element(name, value)}));
+    }
+
+private:
+    Element element(const std::string& name, const std::string& value) const {
+        const tool::Variable variable = resolveVariable(name, m_model);
+        return Element::holding(variable.oid, variable.definition->type, value);
+    }
+
+    std::string ask(const std::string& name, const std::string& request) {
+        m_endpoint.receive(request, "192.0.2.2");  // whose ids are not those of the other cards
+        const std::string& answer = m_endpoint.sent.back();
+        EXPECT_EQ(number(answer, 8, 1), RESULT_OK) << name;
+        return answer.size() < responseHeader + elementHeader ? ""
+                                                              : answer.substr(responseHeader + elementHeader);
+    }
+
+    static unsigned int nextId() {
+        static unsigned int id = 0;
+        return ++id & 0xFFFF;
+    }
+
+    const LcmpModel& m_model;
+    SimulatedCard m_card;
+    TestEndpoint m_endpoint;
+};
+
+const std::string control =
+    "{name: control, kind: scalar, id: 3, common: true, variables: [{id: 0, name: reboot, "
+    "type: BOOLEAN, access: writable}]}";
+
+}  // namespace
+
+TEST(SimulatedCardOfAModel, MovesAsTheModelSaysAndGoesBackWithAReboot) {
+    const LcmpModel model =
+        modelWith(control +
+                  ", {name: fan, kind: table, id: 1, rows: 2, variables: [{id: 0, name: turns, type: "
+                  "UINT32, access: read-only, values: [5, 7], simulate: {shape: counter, rate: 10}}]}");
+    OtherCard card(model);
+    card.live(3);
+    EXPECT_EQ(number(card.bytes("fan[0].turns"), 0, 4), 35U);
+    EXPECT_EQ(number(card.bytes("fan[1].turns"), 0, 4), 37U);
+    card.write("control.reboot", "\x01");
+    EXPECT_EQ(number(card.bytes("fan[1].turns"), 0, 4), 7U);
+    EXPECT_EQ(number(card.bytes("control.reboot"), 0, 1), 0U);
+    card.live(1);
+    EXPECT_EQ(number(card.bytes("fan[1].turns"), 0, 4), 17U);
+}
+
+TEST(SimulatedCardOfAModel, DoesWithoutWhatTheModelDoesNotHave) {
+    const LcmpModel model = modelWith(
+        "{name: alarms, kind: scalar, id: 2, common: true, variables: [{id: 2, name: operAlarm, type: "
+        "BOOLEAN, access: "
+        "read-only}]}, {name: download, kind: scalar, id: 4, variables: [{id: 1, name: start, type: BOOLEAN, "
+        "access: "
+        "writable}, {id: 5, name: state, type: UINT32, access: read-only}]}");
+    OtherCard card(model);
+    card.write("download.start", "\x01");
+    card.live(50);
+    EXPECT_EQ(number(card.bytes("download.start"), 0, 1), 1U);
+    EXPECT_EQ(number(card.bytes("alarms.operAlarm"), 0, 1), 0U);
+}
+
+TEST(SimulatedCardOfAModel, LeavesToTheModelWhatTheModelMoves) {
+    const LcmpModel model = modelWith(
+        "{name: control, kind: scalar, id: 3, common: true, variables: [{id: 0, name: reboot, type: BOOLEAN, "
+        "access: "
+        "writable, simulate: {shape: steps, values: [false]}}, {id: 1, name: mark, type: UINT8, access: "
+        "writable}]}");
+    OtherCard card(model);
+    card.write("control.mark", "\x05");
+    card.write("control.reboot", "\x01");
+    EXPECT_EQ(number(card.bytes("control.mark"), 0, 1), 5U);
+}
+
+TEST(SimulatedCardOfAModel, HasAnIdentityOfItsOwnAmongMany) {
+    const LcmpModel model = modelWith(
+        "{name: port, kind: table, id: 1, rows: 2, variables: [{id: 0, name: mac, type: MAC_ADDRESS, access: "
+        "read-only, "
+        "values: [\"02:00:00:00:ff:01\", \"02:00:00:ff:ff:02\"]}]}");
+    const LcmpModel third = tool::modelOfCard(model, 3);
+    EXPECT_EQ(hex(std::get<std::string>(third.objects[0].variables[0].values.at(0))), "02 00 00 01 02 01");
+    EXPECT_EQ(hex(std::get<std::string>(third.objects[0].variables[0].values.at(1))), "02 00 00 00 02 02")
+        << "the maker's part, the first three bytes, stays";
 }

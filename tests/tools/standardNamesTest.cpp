@@ -5,7 +5,7 @@
 
 #include <set>
 
-#include "lcmpObjectId.h"
+#include "lcmpCardVariables.h"
 #include "support/failureOf.h"
 
 namespace {
@@ -13,8 +13,6 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 using tool::resolveVariable;
-using tool::StandardObject;
-using tool::standardObjects;
 using tool::Variable;
 using tool::variableOfOid;
 
@@ -24,50 +22,50 @@ std::string failureOfName(const std::string& name) {
 
 TEST(StandardNames, EveryVariableOfTheCatalogueHasANameAndItsOidLeadsBack) {
     std::set<std::string> names;
-    for (const StandardObject& object : standardObjects()) {
-        for (const CardVariableDef& definition : object.group.variables) {
-            ASSERT_NE(object.variableName(definition.id), nullptr) << object.name << ' ' << definition.id;
-            const unsigned int row = object.isTable() ? 16383 : 0;
-            const Variable byOid = variableOfOid(object.oid(definition.id, row));
-            EXPECT_EQ(byOid.definition, &definition);
-            EXPECT_EQ(resolveVariable(byOid.name).oid, byOid.oid);
+    for (const CardVariableGroup& group : lcmpCardVariableGroups()) {
+        const bool isTable = group.kind == ifcCard::IFC_CARD_OBJECT_TABLE;
+        for (const CardVariableDef& definition : group.variables) {
+            const auto id = static_cast<unsigned int>(definition.id);
+            const unsigned int oid = isTable ? LcmpTable("", group.number, group.common, 0).getOID(id, 16383)
+                                             : LcmpScalar("", group.number, group.common).getOID(id, 0);
+            const Variable byOid = variableOfOid(oid);
+            ASSERT_NE(byOid.definition, nullptr) << group.number << ' ' << id;
+            EXPECT_EQ(resolveVariable(byOid.name).oid, oid);
             EXPECT_EQ(resolveVariable(byOid.name).type, static_cast<LcmpTlvType>(definition.type));
             EXPECT_TRUE(names.insert(byOid.name).second) << byOid.name << " twice";
         }
-        EXPECT_EQ(object.variableName(static_cast<int>(object.group.variables.size())), nullptr)
-            << object.name;
-        EXPECT_EQ(object.variableName(-1), nullptr);
     }
     EXPECT_EQ(names.size(), 59U);
 }
 
-TEST(StandardNames, ObjectsHaveTheirGroupsKindsAndRows) {
-    struct Row {
-        unsigned int group;
-        const char* name;
-        bool table;
-        bool common;
-        unsigned int rows;
+TEST(StandardNames, ObjectsHaveTheirKindsAndRows) {
+    const std::vector<std::pair<const char*, unsigned int>> expected = {
+        {"identity", 1},      {"alarms", 1},           {"control", 1},        {"download", 1},
+        {"temperature", 4},   {"voltage", 4},          {"fileServer", 1},     {"logRetrieval", 1},
+        {"hardwareError", 8}, {"operationalAlarm", 8}, {"voltageMonitor", 1},
     };
-    const std::vector<Row> expected = {
-        {1, "identity", false, true, 1},         {2, "alarms", false, true, 1},
-        {3, "control", false, true, 1},          {4, "download", false, false, 1},
-        {5, "temperature", true, true, 4},       {6, "voltage", true, true, 4},
-        {7, "fileServer", false, false, 1},      {8, "logRetrieval", false, false, 1},
-        {9, "hardwareError", true, true, 8},     {10, "operationalAlarm", true, true, 8},
-        {11, "voltageMonitor", false, false, 1},
-    };
-    ASSERT_EQ(standardObjects().size(), expected.size());
-    for (const Row& row : expected) {
-        const StandardObject* object = tool::standardObject(row.group);
-        ASSERT_NE(object, nullptr) << row.name;
-        EXPECT_STREQ(object->name, row.name);
-        EXPECT_EQ(object->isTable(), row.table) << row.name;
-        EXPECT_EQ(object->group.common, row.common) << row.name;
-        EXPECT_EQ(object->rows, row.rows) << row.name;
+    ASSERT_EQ(lcmpModelStandard().objects.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        const LcmpModelObject& object = lcmpModelStandard().objects[i];
+        EXPECT_EQ(object.name, expected[i].first);
+        EXPECT_EQ(object.rows, expected[i].second) << object.name;
+        EXPECT_EQ(object.isTable(), object.rows > 1) << object.name;
     }
-    EXPECT_EQ(tool::standardObject(0), nullptr);
-    EXPECT_EQ(tool::standardObject(12), nullptr);
+}
+
+TEST(StandardNames, AreThoseOfTheModelThatIsGiven) {
+    LcmpModel model;
+    std::vector<LcmpModelError> errors;
+    ASSERT_TRUE(lcmpModelLoadText(
+        "card: c\nobjects: [{name: fan, kind: table, id: 5, common: true, rows: 2, variables: "
+        "[{id: 1, name: speed, type: UINT16, access: read-only, unit: 1/min}]}]",
+        "f", model, errors));
+    EXPECT_EQ(resolveVariable("fan[1].speed", model).oid, 0x51404001U);
+    EXPECT_EQ(variableOfOid(0x51404001, model).name, "fan[1].speed");
+    EXPECT_STREQ(variableOfOid(0x51404001, model).unit, "1/min");
+    EXPECT_EQ(variableOfOid(0x51404001).name, "temperature[1].value");
+    EXPECT_EQ(failureOf([&] { resolveVariable("control.bpClkRef", model); }),
+              "7: 'control.bpClkRef': there is no object 'control'");
 }
 
 TEST(StandardNames, NamesMeanTheirOids) {

@@ -13,7 +13,7 @@ std::string shipped() {
 }
 
 TEST(WiresharkNames, TheShippedFileIsWhatIsGenerated) {
-    EXPECT_EQ(shipped(), tool::wiresharkNames("standard", tool::standardNamedVariables()));
+    EXPECT_EQ(shipped(), tool::wiresharkNames("standard", tool::namedVariables(lcmpModelStandard())));
 }
 
 TEST(WiresharkNames, HoldUnitsAndWords) {

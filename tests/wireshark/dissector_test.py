@@ -238,18 +238,24 @@ class Fields(Dissector):
 
 
 class Names(Dissector):
+    NAMES = """return {card = "mine", variables = {
+        [0x40C10000] = {object = "lamp", name = "state", unit = "lx", words = {[2] = "dim", [-1] = "off"}},
+        [0x00000001] = {object = "fan", name = "on", words = {[1] = "runs"}}}}"""
+
     def dissected_with(self, names):
         file = self.folder / "names.lua"
         file.write_text(names, encoding="utf-8")
         capture = capturing.Capture()
-        capture.add(CONTROLLER, CARD, bytes.fromhex("4F544E31 01 02 0007 60C10005 03 0001 02"))  # bit 29 set
+        capture.add(CONTROLLER, CARD, bytes.fromhex(  # the first two with bit 29 set
+            "4F544E31 01 02 0007 60C10005 03 0001 02 60C13FFF 06 0002 FFFF 40C10006 09 0001 32 00000001 08 0001 05"))
         path = capture.write(self.folder / "test.pcap")
-        return readers.dissect(path, self.folder, "-o", f"lcmp.names:{file}")[0]["elements"][0]
+        return readers.dissect(path, self.folder, "-o", f"lcmp.names:{file}")[0]["elements"]
 
     def test_come_from_the_file_that_the_preference_names(self):
-        element = self.dissected_with('return {card = "mine", variables = {[0x40C10000] = {object = "lamp", '
-                                      'name = "state", unit = "lx", words = {[2] = "dim"}}}}')
-        self.assertEqual((element["name"], element["word"], element["unit"]), ("lamp[5].state", "dim", "lx"))
+        found = [(element["name"], element.get("word"), element.get("unit")) for element in
+                 self.dissected_with(self.NAMES)]
+        self.assertEqual(found, [("lamp[5].state", "dim", "lx"), ("lamp[16383].state", "off", "lx"),
+                                 ("lamp[6].state", None, "lx"), ("fan.on", "runs", None)])
 
     def test_a_file_without_names_is_told_and_does_no_harm(self):
         for text in ("", "nonsense (", "return 7", "return {}", 'os.execute("true")'):

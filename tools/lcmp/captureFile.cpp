@@ -279,9 +279,9 @@ std::string captureTimeText(const CaptureTime& time) {
     text.pop_back();  // the Z
     std::array<char, 16> fraction{};
     if (time.nanoseconds % 1000 == 0)
-        std::snprintf(fraction.data(), fraction.size(), ".%06uZ", time.nanoseconds / 1000);
+        (void)std::snprintf(fraction.data(), fraction.size(), ".%06uZ", time.nanoseconds / 1000);
     else
-        std::snprintf(fraction.data(), fraction.size(), ".%09uZ", time.nanoseconds);
+        (void)std::snprintf(fraction.data(), fraction.size(), ".%09uZ", time.nanoseconds);
     return text + fraction.data();
 }
 

@@ -3,13 +3,14 @@
 #include <chrono>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "cardRack.h"
 #include "duration.h"
 #include "lcmpUdpEndpoint.h"
-#include "peerNotices.h"
-#include "simulatedCard.h"
+#include "modelOption.h"
 #include "stopSignals.h"
 #include "target.h"
 #include "trace.h"
@@ -22,11 +23,17 @@ using Clock = LcmpUdpEndpoint::Clock;
 using std::chrono::milliseconds;
 
 struct CardOptions {
+    std::string model;
     std::string listen = "127.0.0.1:" + std::to_string(LcmpUdpEndpoint::defaultPort);
     std::vector<std::string> receivers;
     std::vector<std::string> allowed;
     std::string period = "1s";
+    unsigned int cards = 1;
     unsigned int seed = 1;
+    WireFaults faults;
+    std::string delayTime = "200ms";
+    bool mute = false;
+    std::optional<unsigned int> answer;
     std::string trace = "0";
 };
 
@@ -56,85 +63,93 @@ private:
     Clock::time_point m_last;
 };
 
-// A card's endpoint that says no more than it may about what is broken.
-class CardEndpoint : public LcmpUdpEndpoint {
-public:
-    void frameReceived(const LcmpUdpAddress& /*from*/, const char* data, int size) override {
-        m_notices.frameReceived(data, size);
-    }
-
-    /// Handles what is there; false when the socket failed.
-    bool takeTurn() {
-        const bool works = onReadable() >= 0;
-        m_notices.turnOver(getCounters());
-        return works;
-    }
-
-    /// Until there is something to say; negative: nothing.
-    milliseconds untilNotice() const { return m_limit.left(); }
-
-private:
-    LimitedNotice m_limit{std::cerr};
-    PeerNotices m_notices{m_limit};
-};
-
-void addReceivers(const std::vector<std::string>& receivers, LcmpUdpEndpoint& endpoint) {
-    for (const std::string& text : receivers) {
-        const LcmpUdpAddress receiver = parseListenAddress("--events-to", text);
-        if (!endpoint.addEventReceiver(lcmpUdpHostToText(receiver.host), receiver.port))
-            throw Failure(ExitStatus::usage,
-                          "--events-to: '" + text + "' has port 0, at which nobody can be reached");
-    }
+LcmpUdpAddress receiverOf(const std::string& text) {
+    const LcmpUdpAddress receiver = parseListenAddress("--events-to", text);
+    if (receiver.port == 0)
+        throw Failure(ExitStatus::usage,
+                      "--events-to: '" + text + "' has port 0, at which nobody can be reached");
+    return receiver;
 }
 
-void addAllowed(const std::vector<std::string>& blocks, LcmpUdpEndpoint& endpoint) {
-    for (const std::string& block : blocks) {
-        if (!endpoint.allow(block))
-            throw Failure(ExitStatus::usage,
-                          "--allow: '" + block + "' is no block of addresses; write 192.0.2.0/24");
-    }
+RackSettings settingsOf(const CardOptions& options) {
+    RackSettings settings;
+    settings.address = parseListenAddress("--listen", options.listen);
+    settings.cards = options.cards;
+    settings.seed = options.seed;
+    for (const std::string& text : options.receivers)
+        settings.receivers.push_back(receiverOf(text));
+    settings.allowed = options.allowed;
+    settings.faults = options.faults;
+    settings.faults.delayTime = parseDuration("--delay-time", options.delayTime);
+    settings.mute = options.mute;
+    if (options.answer)
+        settings.answer = static_cast<unsigned char>(*options.answer);
+    return settings;
 }
 
-void open(const LcmpUdpAddress& address, LcmpUdpEndpoint& endpoint) {
-    if (!endpoint.open(lcmpUdpHostToText(address.host), address.port))
-        throw Failure(ExitStatus::localFailure, endpoint.getLastError());
-}
-
-void announce(const LcmpUdpEndpoint& endpoint) {
-    std::cout << "listening on " << lcmpUdpToText(endpoint.getLocalAddress()) << std::endl;
-    if (!std::cout)
+void announce(const CardRack& rack) {
+    for (const LcmpUdpAddress& address : rack.addresses())
+        std::cout << "listening on " << lcmpUdpToText(address) << '\n';
+    if (!std::cout.flush())
         throw Failure(ExitStatus::localFailure, "standard output cannot be written");
 }
 
-void serve(CardEndpoint& endpoint, SimulatedCard& card, milliseconds period, const StopSignals& stop) {
+// A bad model changes nothing: the cards go on as they are.
+void reload(const std::string& file, CardRack& rack) {
+    try {
+        rack.replace(*loadModel(file));
+        std::cerr << "lcmp: " << (file.empty() ? "the standard card" : file) << " is loaded again"
+                  << std::endl;
+    } catch (const Failure& failure) {
+        std::cerr << "lcmp: " << failure.what() << "; the cards stay as they are" << std::endl;
+    }
+}
+
+void serve(const CardOptions& options, CardRack& rack, milliseconds period, const StopSignals& signals) {
     Pace pace(period);
-    while (!stop.stopped()) {
-        stop.waitReadable(endpoint.getFileDescriptor(), sooner(pace.left(), endpoint.untilNotice()));
-        if (!endpoint.takeTurn())
-            throw Failure(ExitStatus::localFailure, endpoint.getLastError());
+    while (!signals.stopped()) {
+        signals.waitReadable(rack.fileDescriptor(),
+                             sooner(pace.left(), sooner(rack.untilNotice(), rack.sendDelayed())));
+        if (signals.takeReload())
+            reload(options.model, rack);
+        rack.answer();
         const milliseconds passed = pace.take();
-        if (passed.count() > 0) {
-            card.live(passed);
-            endpoint.eventHandler();
-        }
+        if (passed.count() > 0)
+            rack.live(passed);
     }
 }
 
 void runCard(const CardOptions& options) {
     startTrace(options.trace);
-    const LcmpUdpAddress address = parseListenAddress("--listen", options.listen);
+    const RackSettings settings = settingsOf(options);
     const milliseconds period = parseDuration("--period", options.period);
-    SimulatedCard card(options.seed);
-    CardEndpoint endpoint;
-    card.registerWith(endpoint);
-    addReceivers(options.receivers, endpoint);
-    addAllowed(options.allowed, endpoint);
-    open(address, endpoint);
-    // The first pass of a process reports nothing; from here on the first change is reported.
-    endpoint.eventHandler();
-    const StopSignals stop;
-    announce(endpoint);
-    serve(endpoint, card, period, stop);
+    CardRack rack(settings, *loadModel(options.model));
+    const StopSignals signals(StopSignals::Hangup::reloads);
+    announce(rack);
+    serve(options, rack, period, signals);
+}
+
+void addFaults(CLI::App& verb, CardOptions& options) {
+    const auto addPercent = [&verb](const char* name, double& percent, const char* text) {
+        verb.add_option(name, percent, text)
+            ->type_name("PERCENT")
+            ->check(CLI::Range(0.0, 100.0))
+            ->group("Faults");
+    };
+    addPercent("--loss", options.faults.loss, "So many of its answers and events are lost");
+    addPercent("--duplicate", options.faults.duplicate, "So many come twice");
+    addPercent("--delay", options.faults.delay, "So many come later, after --delay-time");
+    addPercent("--reorder", options.faults.reorder, "So many come behind the one that was sent next");
+    verb.add_option("--delay-time", options.delayTime, "How long a delay is")
+        ->type_name("TIME")
+        ->capture_default_str()
+        ->group("Faults");
+    verb.add_flag("--mute", options.mute, "Does what it is asked for and never says a word")->group("Faults");
+    verb.add_option("--answer-error", options.answer,
+                    "Answers every request with this result, though it carries it out")
+        ->type_name("RESULT")
+        ->check(CLI::Range(1, 255))
+        ->group("Faults");
 }
 
 }  // namespace
@@ -142,6 +157,7 @@ void runCard(const CardOptions& options) {
 void addCardVerb(CLI::App& program, ExitStatus& status) {
     const auto options = std::make_shared<CardOptions>();
     CLI::App* verb = program.add_subcommand("card", "Serves a simulated card");
+    addModelOption(*verb, options->model);
     verb->add_option("--listen", options->listen, "Where to listen; port 0 takes a free one")
         ->type_name("ADDR[:PORT]")
         ->capture_default_str();
@@ -156,19 +172,31 @@ void addCardVerb(CLI::App& program, ExitStatus& status) {
                      "How often values change and are reported; 0 lets them stand still")
         ->type_name("TIME")
         ->capture_default_str();
-    verb->add_option("--seed", options->seed, "The same seed makes values change in the same way")
+    verb->add_option("--cards", options->cards, "So many cards, on ports one after another")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 10000U))
+        ->capture_default_str();
+    verb->add_option("--seed", options->seed,
+                     "The same seed makes values change, and faults happen, in the same way")
         ->type_name("N")
         ->capture_default_str();
+    addFaults(*verb, *options);
     addTraceOption(*verb, options->trace);
     verb->footer(
-        "Prints one line, \"listening on ADDR:PORT\", when it can be asked; SIGINT or SIGTERM ends it.\n\n"
-        "The card is the standard card. Every period its temperatures and voltages move, an alarm is raised "
-        "or\n"
-        "cleared now and then, and control.utcTime counts on. download.start=true lets download.progress run "
-        "from\n"
-        "0 to 100, download.stop=true ends that early; download.state is 0 idle, 1 downloading, 2 done,\n"
-        "3 stopped. control.reboot=true puts everything back to what it was at the start.\n\n"
-        "Example: lcmp card --listen 127.0.0.1:0 --events-to 127.0.0.1:17471 --period 500ms");
+        "Prints a line \"listening on ADDR:PORT\" for each card when it can be asked; SIGINT or SIGTERM ends "
+        "it.\n"
+        "SIGHUP loads the model again and starts the cards anew, unless the model is bad.\n\n"
+        "Variables move as the model says. What the standard card does, a card of any model does that has "
+        "the\n"
+        "variables for it: an alarm is raised or cleared now and then; download.start=true lets "
+        "download.progress\n"
+        "run from 0 to 100, download.stop=true ends that early, download.state is 0 idle, 1 downloading, 2 "
+        "done,\n"
+        "3 stopped; control.reboot=true puts everything back to what it was at the start. Of many cards each "
+        "has\n"
+        "its own identity.ifcSlot, control.guid and MAC addresses.\n\n"
+        "Examples: lcmp card --listen 127.0.0.1:0 --events-to 127.0.0.1:17471 --period 500ms\n"
+        "          lcmp card --model linecard48.yaml --cards 500 --loss 1 --seed 7");
     verb->callback([options, &status] {
         runCard(*options);
         status = ExitStatus::done;

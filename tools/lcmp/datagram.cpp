@@ -40,15 +40,13 @@ const char* takeIpv4(std::string_view packet, Datagram& datagram) {
     constexpr std::uint8_t udp = 17;
     constexpr std::uint16_t moreFragmentsAndOffset = 0x3FFF;
     ByteReader reader(packet);
-    std::uint8_t versionAndSize = 0;
-    std::uint8_t protocol = 0;
-    std::uint16_t size = 0;
-    std::uint16_t fragment = 0;
+    std::uint8_t versionAndSize = 0, protocol = 0;
+    std::uint16_t size = 0, fragment = 0;
     if (!reader.take(versionAndSize) || !reader.skip(1) || !reader.take(size) || !reader.skip(2) ||
         !reader.take(fragment) || !reader.skip(1) || !reader.take(protocol) || !reader.skip(2) ||
         !reader.take(datagram.source.host) || !reader.take(datagram.destination.host))
         return cutOff;
-    const std::size_t headerSize = std::size_t{4} * (versionAndSize & 0x0FU);
+    const std::size_t headerSize = std::size_t{versionAndSize & 0x0FU} * 4;
     if (headerSize < 20 || size < headerSize)
         return "IP of an impossible length";
     if ((fragment & moreFragmentsAndOffset) != 0)

@@ -35,8 +35,9 @@ int missingIds(int expected, int received) {
 
 }  // namespace
 
-EventLog::EventLog(std::ostream& out, std::ostream& diagnostics, Format format, unsigned long limit)
-    : m_out(out), m_notices(diagnostics), m_format(format), m_limit(limit) {}
+EventLog::EventLog(std::ostream& out, std::ostream& diagnostics, Format format, unsigned long limit,
+                   const LcmpModel& model)
+    : m_out(out), m_notices(diagnostics), m_format(format), m_limit(limit), m_model(model) {}
 
 void EventLog::take(const LcmpUdpAddress& address, const char* frame, int size) {
     const std::string name = lcmpUdpToText(address);
@@ -108,7 +109,7 @@ void EventLog::takeEvent(const LCMPAmi& event, const std::string& name, Card& ca
 
 void EventLog::printValue(const std::string& time, const std::string& name, Card& card,
                           const Element& element) {
-    const Variable variable = variableOfOid(element.oid());
+    const Variable variable = variableOfOid(element.oid(), m_model);
     if (!hasLengthOfType(element))
         return complain("malformed values", name,
                         "a malformed value of " + variable.name + ": " + lcmpTlvTypeName(element.type()) +
@@ -118,14 +119,14 @@ void EventLog::printValue(const std::string& time, const std::string& name, Card
     if (m_format == Format::jsonl) {
         Json line = {
             {"time", time}, {"card", name}, {"oid", oidText(element.oid())}, {"name", variable.name}};
-        addJsonValue(element, line);
+        addJsonValue(variable, element, line);
         if (known)
             line["old"] = jsonValue(old->second);
         if (*variable.unit != '\0')
             line["unit"] = variable.unit;
         m_out << jsonLine(line) << std::flush;
     } else {
-        m_out << time << ' ' << name << ' ' << variable.name << ' ' << displayText(element);
+        m_out << time << ' ' << name << ' ' << variable.name << ' ' << displayText(variable, element);
         if (*variable.unit != '\0')
             m_out << ' ' << variable.unit;
         if (known)

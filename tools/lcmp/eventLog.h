@@ -16,15 +16,16 @@ class LCMPAmi;
 namespace tool {
 
 /// Takes the frames of any number of cards, told apart by address and port, and prints each line as it comes,
-/// flushed. Values are named after the standard card; others show their OID. Requests of a card are not
+/// flushed. Values are named after the model; others show their OID. Requests of a card are not
 /// shown, but they share the numbering of its events. What is malformed is told to `diagnostics`,
 /// within the limit.
 class EventLog {
 public:
     enum class Format { text, jsonl };
 
-    /// Prints at most `limit` values; 0: any number. The streams outlive the log.
-    EventLog(std::ostream& out, std::ostream& diagnostics, Format format, unsigned long limit);
+    /// Prints at most `limit` values; 0: any number. The streams and the model outlive the log.
+    EventLog(std::ostream& out, std::ostream& diagnostics, Format format, unsigned long limit,
+             const LcmpModel& model = lcmpModelStandard());
 
     /// A received datagram. The same datagram twice in a row is shown once.
     void take(const LcmpUdpAddress& address, const char* frame, int size);
@@ -53,6 +54,7 @@ private:
     LimitedNotice m_notices;
     Format m_format;
     unsigned long m_limit;
+    const LcmpModel& m_model;
     unsigned long m_printed = 0;
     std::map<std::pair<std::uint32_t, std::uint16_t>, Card> m_cards;
 };

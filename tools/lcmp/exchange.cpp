@@ -19,15 +19,11 @@ constexpr std::uint32_t unusedOidBit = 0x20000000;  // cards ignore it and leave
 // Bytes that a value of unknown size is taken for; a wrong guess costs one more request.
 constexpr unsigned int guessedLength = 32;
 
-// The longest value that the standard card's rule admits.
-unsigned int longestLength(const CardVariableDef& definition) {
+// Bytes that the longest value takes which the variable's rule admits, unless that is much too long a guess.
+unsigned int longestLength(const LcmpModelVariable& definition) {
     constexpr unsigned int longest = 255;
-    if (definition.lengthInvalid == nullptr || !definition.lengthInvalid(longest))
-        return guessedLength;
-    unsigned int length = longest;
-    while (length > 0 && definition.lengthInvalid(length))
-        --length;
-    return length;
+    const unsigned int length = definition.exactLength.value_or(definition.maxLength.value_or(longest));
+    return length < longest ? length : guessedLength;
 }
 
 unsigned int answerLength(const Variable& variable) {
@@ -115,8 +111,8 @@ ExitStatus overallStatus(const std::vector<Outcome>& outcomes) {
     return std::any_of(outcomes.begin(), outcomes.end(), isDone) ? ExitStatus::partly : failed->status;
 }
 
-Exchange::Exchange(const LcmpUdpAddress& card, const ClientSettings& settings)
-    : LcmpUdpEndpoint(false), m_card(card), m_tries(settings.tries) {
+Exchange::Exchange(const LcmpUdpAddress& card, const ClientSettings& settings, const LcmpModel& model)
+    : LcmpUdpEndpoint(false), m_card(card), m_model(model), m_tries(settings.tries) {
     if (!open("0.0.0.0", 0) || !setTarget(lcmpUdpHostToText(card.host), card.port))
         throw Failure(ExitStatus::localFailure, getLastError());
     setTimeout(settings.firstTry);
@@ -190,7 +186,7 @@ void Exchange::takeValues(const Positions& batch, const Reply& reply) {
         });
         if (asked == open.end())
             return endWith(batch, ExitStatus::badFrame,
-                           cardText() + " answered with " + variableOfOid(element.oid()).name +
+                           cardText() + " answered with " + variableOfOid(element.oid(), m_model).name +
                                ", which was not asked for");
         Outcome& outcome = m_outcomes[*asked];
         if (hasLengthOfType(element))

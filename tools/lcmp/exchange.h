@@ -35,7 +35,9 @@ ExitStatus overallStatus(const std::vector<Outcome>& outcomes);
 class Exchange : private LcmpUdpEndpoint {
 public:
     /// Opens the socket; a Failure of status `localFailure` says why not.
-    Exchange(const LcmpUdpAddress& card, const ClientSettings& settings);
+    /// Variables that were not asked for are called as the model does, which outlives this.
+    Exchange(const LcmpUdpAddress& card, const ClientSettings& settings,
+             const LcmpModel& model = lcmpModelStandard());
 
     /// One outcome a variable, in order. What the card refuses is left out and the rest asked again; an
     /// answer that is too long is asked for in halves. No answer, or a malformed one, ends it for all that is
@@ -64,6 +66,7 @@ private:
     std::string cardText() const { return lcmpUdpToText(m_card); }
 
     LcmpUdpAddress m_card;
+    const LcmpModel& m_model;
     int m_tries;
     std::vector<Variable> m_variables;  // of the call that runs
     std::vector<Outcome> m_outcomes;

@@ -63,7 +63,7 @@ std::string nameOr(unsigned int oid) {
 
 std::string milliseconds(std::int64_t nanoseconds) {
     std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%.3f ms", static_cast<double>(nanoseconds) / 1e6);
+    (void)std::snprintf(text.data(), text.size(), "%.3f ms", static_cast<double>(nanoseconds) / 1e6);
     return text.data();
 }
 
@@ -278,6 +278,12 @@ std::string fieldOf(const std::optional<T>& value) {
     return value ? std::to_string(*value) : "";
 }
 
+std::string secondsText(std::int64_t nanoseconds) {
+    std::array<char, 40> text{};
+    (void)std::snprintf(text.data(), text.size(), "%.9f", static_cast<double>(nanoseconds) / 1e9);
+    return text.data();
+}
+
 std::string frameFields(const Account& account) {
     const FoundFrame& found = account.found;
     const FrameHeader& header = account.frame.header;
@@ -288,7 +294,7 @@ std::string frameFields(const Account& account) {
     line += fieldOf(header.action) + ',' + fieldOf(header.messageId) + ',';
     line += fieldOf(header.result) + ',' + fieldOf(header.errorIndex) + ',';
     line += account.request != nullptr ? std::to_string(account.request->number) : "";
-    return line + ',' + fieldOf(account.roundTrip) + ',';
+    return line + ',' + (account.roundTrip ? secondsText(*account.roundTrip) : "") + ',';
 }
 
 std::string elementFields(const FrameElement& element) {

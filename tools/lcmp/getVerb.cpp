@@ -5,6 +5,7 @@
 
 #include "clientOptions.h"
 #include "exchange.h"
+#include "modelOption.h"
 #include "output.h"
 #include "target.h"
 #include "verbs.h"
@@ -16,16 +17,18 @@ struct GetOptions {
     std::string target;
     std::vector<std::string> names;
     std::string format = "text";
+    std::string model;
     ClientOptions client;
 };
 
 ExitStatus get(const GetOptions& options) {
     const ClientSettings settings = applyClientOptions(options.client);
+    const auto model = loadModel(options.model);
     std::vector<Variable> variables;
     for (const std::string& name : options.names)
-        variables.push_back(resolveVariable(name));
+        variables.push_back(resolveVariable(name, *model));
     const LcmpUdpAddress card = parseTarget(options.target);
-    const std::vector<Outcome> outcomes = Exchange(card, settings).read(variables);
+    const std::vector<Outcome> outcomes = Exchange(card, settings, *model).read(variables);
     printOutcomes(std::cout, options.format, card, variables, outcomes);
     printProblems(outcomes);
     return overallStatus(outcomes);
@@ -43,11 +46,12 @@ void addGetVerb(CLI::App& program, ExitStatus& status) {
         ->required()
         ->type_name("");
     addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
+    addModelOption(*verb, options->model);
     addClientOptions(*verb, options->client);
     verb->footer(
         "A NAME is object.variable, object[row].variable, or an OID in 0x or decimal. An OID that the "
-        "standard\n"
-        "card does not have may need its type, 0x50c10005:UINT32.\n\n"
+        "card's\n"
+        "model does not have may need its type, 0x50c10005:UINT32.\n\n"
         "Example: lcmp get 192.0.2.1 identity.cardType temperature[0].value");
     verb->callback([options, &status] { status = get(*options); });
 }

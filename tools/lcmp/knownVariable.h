@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "lcmpModel.h"
 #include "value.h"
 
 namespace tool {
@@ -14,9 +15,12 @@ struct KnownVariable {
     std::string unit;                        ///< "°C"; "" where there is none.
     std::map<long long, std::string> words;  ///< By number, of an enumerated value.
 
-    /// The word for this value; "" where there is none.
+    /// The word for this value, an integer or a boolean as 0 or 1; "" where there is none.
     std::string wordFor(const Element& value) const;
 };
+
+/// The words of a variable's numbers.
+std::map<long long, std::string> wordsOf(const LcmpModelVariable& variable);
 
 KnownVariable knownVariable(unsigned int oid);
 

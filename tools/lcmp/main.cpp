@@ -60,10 +60,11 @@ int main(int argc, char** argv) {
     tool::addSetVerb(program, status);
     tool::addWatchVerb(program, status);
     tool::addOidVerb(program, status);
+    tool::addModelVerb(program, status);
     tool::addDecodeVerb(program, status);
     program.footer(
         "Exit status: 0 done, 1 local failure, 2 usage, 3 no answer, 4 refused by the card, 5 partly done,\n"
-        "6 malformed or unexpected frame, 7 a name that cannot be resolved.");
+        "6 malformed or unexpected frame, 7 a name or model that cannot be resolved.");
 
     ExitStatus end = run(program, argc, argv, status);
     if (!std::cout.flush() && end == ExitStatus::done)

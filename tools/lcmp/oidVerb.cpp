@@ -7,6 +7,7 @@
 
 #include "lcmpObjectId.h"
 #include "lcmpPropertyBase.h"
+#include "modelOption.h"
 #include "output.h"
 #include "standardNames.h"
 #include "verbs.h"
@@ -25,28 +26,29 @@ struct OidOptions {
     unsigned int variable = 0;
     bool common = false;
     std::string format = "text";
+    std::string model;
 };
 
 // The OID that the fields make. Some combinations are none; parseOid says which and why.
-unsigned int compose(const OidOptions& options) {
+unsigned int compose(const OidOptions& options, const LcmpModel& model) {
     const unsigned int oid =
         options.table ? LcmpTable("", *options.table, options.common, 0).getOID(options.column, options.row)
                       : LcmpScalar("", *options.group, options.common, 0).getOID(options.variable, 0);
-    return resolveVariable(oidText(oid)).oid;
+    return resolveVariable(oidText(oid), model).oid;
 }
 
-std::vector<unsigned int> oidsOf(const OidOptions& options) {
+std::vector<unsigned int> oidsOf(const OidOptions& options, const LcmpModel& model) {
     if (options.table || options.group)
-        return {compose(options)};
+        return {compose(options, model)};
     std::vector<unsigned int> oids;
     for (const std::string& name : options.names)
-        oids.push_back(resolveVariable(name).oid);
+        oids.push_back(resolveVariable(name, model).oid);
     return oids;
 }
 
-Json oidJson(unsigned int oid) {
+Json oidJson(unsigned int oid, const LcmpModel& model) {
     const LcmpObjectId id(oid);
-    const Variable variable = variableOfOid(oid);
+    const Variable variable = variableOfOid(oid, model);
     Json object = {{"oid", oidText(oid)},
                    {"number", oid},
                    {"kind", id.m_is_table ? "table" : "scalar"},
@@ -60,31 +62,32 @@ Json oidJson(unsigned int oid) {
     }
     if (variable.definition != nullptr) {
         object["name"] = variable.name;
-        object["type"] = lcmpTlvTypeName(static_cast<unsigned int>(variable.definition->type));
+        object["type"] = lcmpTlvTypeName(variable.definition->type);
         object["access"] = variable.definition->access == IFC_CARD_VAR_READ_ONLY ? "read-only" : "writable";
     }
     return object;
 }
 
-void printText(std::ostream& out, unsigned int oid) {
-    const Variable variable = variableOfOid(oid);
+void printText(std::ostream& out, unsigned int oid, const LcmpModel& model) {
+    const Variable variable = variableOfOid(oid, model);
     out << oidText(oid) << "  " << LcmpObjectId(oid).str();
     if (variable.definition != nullptr)
         out << "  " << variable.name;
     out << '\n';
 }
 
-void print(std::ostream& out, const std::string& format, const std::vector<unsigned int>& oids) {
+void print(std::ostream& out, const std::string& format, const std::vector<unsigned int>& oids,
+           const LcmpModel& model) {
     Json all = Json::array();
     for (const unsigned int oid : oids) {
         if (format == "json")
-            all.push_back(oidJson(oid));
+            all.push_back(oidJson(oid, model));
         else if (format == "jsonl")
-            out << jsonLine(oidJson(oid));
+            out << jsonLine(oidJson(oid, model));
         else if (format == "value")
             out << oidText(oid) << '\n';
         else
-            printText(out, oid);
+            printText(out, oid, model);
     }
     if (format == "json")
         out << all.dump(2) << '\n';
@@ -94,7 +97,8 @@ ExitStatus explain(const OidOptions& options) {
     if (options.names.empty() && !options.table && !options.group)
         throw Failure(ExitStatus::usage,
                       "oid: give a NAME, an OID, or the fields of one; see lcmp oid --help");
-    print(std::cout, options.format, oidsOf(options));
+    const auto model = loadModel(options.model);
+    print(std::cout, options.format, oidsOf(options, *model), *model);
     return ExitStatus::done;
 }
 
@@ -128,6 +132,7 @@ void addOidVerb(CLI::App& program, ExitStatus& status) {
     names->type_name("");
     addFields(*verb, *options, names);
     addFormatOption(*verb, options->format, {"text", "json", "jsonl", "value"});
+    addModelOption(*verb, options->model);
     verb->footer(
         "Examples: lcmp oid control.bpClkRef 0x50c10005\n"
         "          lcmp oid --table 3 --column 4 --row 5 --common\n"

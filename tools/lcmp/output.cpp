@@ -22,6 +22,13 @@ bool isUtf8(const std::string& text) {
     }
 }
 
+// The word that the model has for a number, or null.
+const char* wordOf(const Variable& variable, const Element& element) {
+    const std::optional<LcmpModelValue> value = modelValue(element);
+    const bool isOfModel = variable.definition != nullptr && variable.definition->type == element.type();
+    return value && isOfModel ? lcmpModelWordOf(*variable.definition, *value) : nullptr;
+}
+
 bool isDone(const Outcome& outcome) {
     return outcome.status == ExitStatus::done && outcome.value.has_value();
 }
@@ -29,7 +36,7 @@ bool isDone(const Outcome& outcome) {
 Json outcomeJson(const std::string& card, const Variable& variable, const Outcome& outcome) {
     Json object = {{"card", card}, {"oid", oidText(variable.oid)}, {"name", variable.name}};
     if (isDone(outcome)) {
-        addJsonValue(*outcome.value, object);
+        addJsonValue(variable, *outcome.value, object);
         if (*variable.unit != '\0')
             object["unit"] = variable.unit;
     } else {
@@ -53,7 +60,7 @@ void printCsv(std::ostream& out, const std::string& card, const Variable& variab
 void printText(std::ostream& out, const Variable& variable, const Outcome& outcome) {
     if (!isDone(outcome))
         return;
-    out << variable.name << " = " << displayText(*outcome.value);
+    out << variable.name << " = " << displayText(variable, *outcome.value);
     if (*variable.unit != '\0')
         out << ' ' << variable.unit;
     out << '\n';
@@ -81,6 +88,17 @@ void addJsonValue(const Element& element, Json& object) {
     object["value"] = jsonValue(element);
     if (element.type() == STRING && !isUtf8(element.bytes()))
         object["bytes"] = hexText(element.bytes());
+}
+
+void addJsonValue(const Variable& variable, const Element& element, Json& object) {
+    addJsonValue(element, object);
+    if (const char* word = wordOf(variable, element))
+        object["word"] = word;
+}
+
+std::string displayText(const Variable& variable, const Element& element) {
+    const char* word = wordOf(variable, element);
+    return displayText(element) + (word == nullptr ? "" : " (" + std::string(word) + ")");
 }
 
 std::string csvField(const std::string& text) {

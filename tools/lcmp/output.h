@@ -27,6 +27,12 @@ std::string jsonLine(const nlohmann::ordered_json& value);
 /// Adds "type" and "value" to a JSON object, and "bytes" in hexadecimal for a text that is no UTF-8.
 void addJsonValue(const Element& element, nlohmann::ordered_json& object);
 
+/// The same, and "word" where the variable's model has one for the value.
+void addJsonValue(const Variable& variable, const Element& element, nlohmann::ordered_json& object);
+
+/// The value for people, behind it the word that the variable's model has for it: "2 (done)".
+std::string displayText(const Variable& variable, const Element& element);
+
 /// "RESULT WRONG VALUE"; "RESULT 16" where a code has no name.
 std::string resultText(unsigned int result);
 

@@ -1,49 +1,14 @@
 #include "simulatedCard.h"
 
-#include <algorithm>
-#include <iterator>
+#include <array>
+#include <cstdio>
+#include <utility>
 
 namespace tool {
 namespace {
 
 constexpr int progressPerPeriod = 10;  // percent of a download
-constexpr int coldest = -40;           // degrees Celsius that a sensor can tell
-constexpr int hottest = 85;
-constexpr int wander = 6;  // degrees that a temperature goes away from its usual value
-
-struct Sensor {
-    const char* name;
-    int usual;  // degrees Celsius
-};
-
-struct Supply {
-    const char* name;
-    int nominal;  // millivolts
-};
-
-constexpr Sensor sensors[] = {{"Inlet", 24}, {"Outlet", 38}, {"Processor", 55}, {"Power supply", 45}};
-
-constexpr Supply supplies[] = {
-    {"Main 12 V", 12000}, {"I/O 3.3 V", 3300}, {"Memory 1.8 V", 1800}, {"Core 1 V", 1000}};
-
-constexpr const char* hardwareErrors[] = {
-    "Memory",          "Flash",         "Programmable logic", "Inventory store",
-    "Clock generator", "Backplane bus", "Temperature sensor", "Voltage monitor"};
-
-constexpr const char* operationalAlarms[] = {
-    "Fan speed low",        "Inlet temperature high", "Link down",
-    "Loss of signal",       "Loss of frame",          "Signal degraded",
-    "Clock reference lost", "File server unreachable"};
-
-// What the card changes by itself.
-const std::set<std::string> eventable = {"identity.tempSensors", "identity.voltageMonitors",
-                                         "identity.hwErrors",    "identity.operAlarms",
-                                         "alarms.operAlarm",     "control.reboot",
-                                         "control.utcTime",      "download.start",
-                                         "download.stop",        "download.state",
-                                         "download.progress",    "temperature.value",
-                                         "temperature.valid",    "voltage.value",
-                                         "voltage.valid",        "operationalAlarm.active"};
+constexpr std::size_t guidBytes = 36;
 
 template <typename T>
 T valueOf(LcmpProperty& property) {
@@ -52,108 +17,158 @@ T valueOf(LcmpProperty& property) {
     return value;
 }
 
-template <typename Row, std::size_t count>
-unsigned char countOf(const Row (&/*rows*/)[count]) {
-    static_assert(count < 256, "the card counts its parts in one byte");
-    return static_cast<unsigned char>(count);
+const LcmpModelValue& firstValueOf(const LcmpModelVariable& variable, unsigned int row) {
+    const auto value = variable.values.find(row);
+    return value == variable.values.end() ? variable.defaultValue : value->second;
+}
+
+// The last three bytes of an address are the maker's to give; each card gets 256 addresses.
+std::string addressOfCard(std::string address, unsigned int number) {
+    unsigned int last = 0;
+    for (std::size_t i = 3; i < 6; ++i)
+        last = last << 8 | static_cast<unsigned char>(address[i]);
+    last += number << 8;
+    for (std::size_t i = 6; i-- > 3; last >>= 8)
+        address[i] = static_cast<char>(last & 0xFF);
+    return address;
+}
+
+std::string guidOfCard(unsigned int number) {
+    std::array<char, guidBytes + 1> text{};
+    std::snprintf(text.data(), text.size(), "00000000-0000-4000-8000-%012x", number + 1);
+    return text.data();
+}
+
+LcmpModelVariable* find(LcmpModel& model, const char* objectName, const char* name, LcmpTlvType type) {
+    for (LcmpModelObject& object : model.objects) {
+        for (LcmpModelVariable& variable : object.variables) {
+            if (object.name == objectName && variable.name == name && variable.type == type)
+                return &variable;
+        }
+    }
+    return nullptr;
+}
+
+void giveAddresses(LcmpModel& model, unsigned int number) {
+    for (LcmpModelObject& object : model.objects) {
+        for (LcmpModelVariable& variable : object.variables) {
+            for (unsigned int row = 0; variable.type == MAC_ADDRESS && row < object.rows; ++row)
+                variable.values[row] =
+                    addressOfCard(std::get<std::string>(firstValueOf(variable, row)), number);
+        }
+    }
 }
 
 }  // namespace
 
-SimulatedCard::SimulatedCard(unsigned int seed)
-    : m_random(seed), m_card(eventable, [this](const LcmpProperty& property) { written(property); }) {
-    powerOn();
+LcmpModel modelOfCard(const LcmpModel& model, unsigned int number) {
+    constexpr unsigned int slots = 255;
+    LcmpModel own = model;
+    if (LcmpModelVariable* slot = find(own, "identity", "ifcSlot", UINT8))
+        slot->values[0] = 1ULL + number % slots;
+    if (LcmpModelVariable* guid = find(own, "control", "guid", STRING))
+        guid->values[0] = guidOfCard(number);
+    giveAddresses(own, number);
+    return own;
+}
+
+SimulatedCard::SimulatedCard(unsigned int seed, LcmpModel model)
+    : m_model(std::move(model)),
+      m_objects(m_model,
+                [this](const LcmpProperty& property) {
+                    written(property);
+                    return true;
+                }),
+      m_reboot(find("control.reboot", BOOLEAN)),
+      m_chance(seedOf(seed, 0, 0)) {
+    findDownload();
+    findAlarm();
+    findMotions(seed);
+    m_periodsToAlarm = m_chance.whole(3, 6);
 }
 
 void SimulatedCard::live(std::chrono::milliseconds passed) {
-    countParts();
-    moveTemperatures();
-    moveVoltages();
+    for (Motion& motion : m_motions)
+        motion.move(passed);
     raiseOrClearAlarm();
     continueDownload();
-    tick(passed);
 }
 
-void SimulatedCard::powerOn() {
-    m_card.setToDefault();
-    nameRows();
-    m_periodsToAlarm = random(3, 6);
-    m_untold = std::chrono::milliseconds(0);
+// ---------------------------------------------------------------- what there is
+
+LcmpProperty* SimulatedCard::find(const std::string& name, LcmpTlvType type) const {
+    LcmpModelCell cell;
+    std::string problem;
+    if (!lcmpModelFindName(m_model, name, cell, problem) || cell.variable->type != type ||
+        cell.variable->simulation)
+        return nullptr;
+    return m_objects.find(cell);
 }
+
+void SimulatedCard::findDownload() {
+    const Download download = {find("download.start", BOOLEAN), find("download.stop", BOOLEAN),
+                               find("download.state", UINT8), find("download.progress", UINT8)};
+    if (download.start != nullptr && download.stop != nullptr && download.state != nullptr &&
+        download.progress != nullptr)
+        m_download = download;
+}
+
+void SimulatedCard::findAlarm() {
+    m_alarm.any = find("alarms.operAlarm", BOOLEAN);
+    const LcmpModelObject* table = lcmpModelFindObject(m_model, "operationalAlarm");
+    if (m_alarm.any == nullptr || table == nullptr || !table->isTable())
+        return;
+    for (unsigned int row = 0; row < table->rows; ++row) {
+        if (LcmpProperty* active = find("operationalAlarm[" + std::to_string(row) + "].active", BOOLEAN))
+            m_alarm.rows.push_back(active);
+    }
+}
+
+void SimulatedCard::findMotions(unsigned int seed) {
+    for (const LcmpModelObject& object : m_model.objects) {
+        for (const LcmpModelVariable& variable : object.variables) {
+            for (unsigned int row = 0; variable.simulation && row < object.rows; ++row)
+                m_motions.emplace_back(variable, *m_objects.find({&object, &variable, row}), seed);
+        }
+    }
+}
+
+// ---------------------------------------------------------------- what it does
 
 void SimulatedCard::written(const LcmpProperty& property) {
-    const std::string& name = property.getName();
-    if (name == "control.reboot" && valueOf<bool>(at(name)))
+    if (&property == m_reboot && valueOf<bool>(*m_reboot))
         powerOn();
     // A request that comes twice, because its answer was lost, does not start the download anew.
-    if (name == "download.start" && valueOf<bool>(at(name)) && downloadState() != DownloadState::downloading)
+    if (&property == m_download.start && valueOf<bool>(*m_download.start) &&
+        downloadState() != DownloadState::downloading)
         setDownload(DownloadState::downloading, 0);
-    if (name == "download.stop" && valueOf<bool>(at(name))) {
-        at(name).set(false);
+    if (&property == m_download.stop && valueOf<bool>(*m_download.stop)) {
+        m_download.stop->set(false);
         if (downloadState() == DownloadState::downloading)
             endDownload(DownloadState::stopped, downloadProgress());
     }
 }
 
-void SimulatedCard::nameRows() {
-    for (std::size_t row = 0; row < std::size(sensors); ++row) {
-        at("temperature", row, "name").set(sensors[row].name);
-        at("temperature", row, "min").set(coldest);
-        at("temperature", row, "max").set(hottest);
-    }
-    for (std::size_t row = 0; row < std::size(supplies); ++row) {
-        at("voltage", row, "name").set(supplies[row].name);
-        at("voltage", row, "nominal").set(supplies[row].nominal);
-    }
-    for (std::size_t row = 0; row < std::size(hardwareErrors); ++row) {
-        at("hardwareError", row, "id").set(static_cast<unsigned int>(row + 1));
-        at("hardwareError", row, "name").set(hardwareErrors[row]);
-    }
-    for (std::size_t row = 0; row < std::size(operationalAlarms); ++row) {
-        at("operationalAlarm", row, "id").set(static_cast<unsigned int>(row + 1));
-        at("operationalAlarm", row, "name").set(operationalAlarms[row]);
-    }
-}
-
-void SimulatedCard::countParts() {
-    at("identity.tempSensors").set(countOf(sensors));
-    at("identity.voltageMonitors").set(countOf(supplies));
-    at("identity.hwErrors").set(countOf(hardwareErrors));
-    at("identity.operAlarms").set(countOf(operationalAlarms));
-}
-
-void SimulatedCard::moveTemperatures() {
-    for (std::size_t row = 0; row < std::size(sensors); ++row) {
-        LcmpProperty& value = at("temperature", row, "value");
-        LcmpProperty& valid = at("temperature", row, "valid");
-        const int usual = sensors[row].usual;
-        const int before = valueOf<bool>(valid) ? valueOf<int>(value) : usual;
-        value.set(std::clamp(before + random(-1, 1), usual - wander, usual + wander));
-        valid.set(true);
-    }
-}
-
-void SimulatedCard::moveVoltages() {
-    for (std::size_t row = 0; row < std::size(supplies); ++row) {
-        const int onePercent = supplies[row].nominal / 100;
-        at("voltage", row, "value").set(supplies[row].nominal + random(-onePercent, onePercent));
-        at("voltage", row, "valid").set(true);
-    }
+void SimulatedCard::powerOn() {
+    m_objects.restart();
+    for (Motion& motion : m_motions)
+        motion.restart();
+    m_periodsToAlarm = m_chance.whole(3, 6);
 }
 
 void SimulatedCard::raiseOrClearAlarm() {
-    if (--m_periodsToAlarm > 0)
+    if (m_alarm.rows.empty() || --m_periodsToAlarm > 0)
         return;
-    const bool raise = !valueOf<bool>(at("alarms.operAlarm"));
+    const bool raise = !valueOf<bool>(*m_alarm.any);
     if (raise)
-        m_alarmRow = random(0, static_cast<int>(std::size(operationalAlarms)) - 1);
-    at("operationalAlarm", static_cast<std::size_t>(m_alarmRow), "active").set(raise);
-    at("alarms.operAlarm").set(raise);
-    m_periodsToAlarm = raise ? random(3, 8) : random(5, 14);
+        m_alarmRow = static_cast<std::size_t>(m_chance.whole(0, static_cast<int>(m_alarm.rows.size()) - 1));
+    m_alarm.rows[m_alarmRow]->set(raise);
+    m_alarm.any->set(raise);
+    m_periodsToAlarm = raise ? m_chance.whole(3, 8) : m_chance.whole(5, 14);
 }
 
 void SimulatedCard::continueDownload() {
-    if (downloadState() != DownloadState::downloading)
+    if (m_download.start == nullptr || downloadState() != DownloadState::downloading)
         return;
     const int progress = downloadProgress() + progressPerPeriod;
     if (progress < 100)
@@ -164,36 +179,18 @@ void SimulatedCard::continueDownload() {
 
 void SimulatedCard::endDownload(DownloadState state, int progress) {
     setDownload(state, progress);
-    at("download.start").set(false);
-}
-
-void SimulatedCard::tick(std::chrono::milliseconds passed) {
-    m_untold += passed;
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(m_untold);
-    m_untold -= seconds;
-    LcmpProperty& time = at("control.utcTime");
-    time.set(valueOf<unsigned long long>(time) + static_cast<unsigned long long>(seconds.count()));
-}
-
-LcmpProperty& SimulatedCard::at(const char* table, std::size_t row, const char* variable) const {
-    return at(std::string(table) + "[" + std::to_string(row) + "]." + variable);
+    m_download.start->set(false);
 }
 
 DownloadState SimulatedCard::downloadState() const {
-    return static_cast<DownloadState>(valueOf<unsigned char>(at("download.state")));
+    return static_cast<DownloadState>(valueOf<unsigned char>(*m_download.state));
 }
 
-int SimulatedCard::downloadProgress() const { return valueOf<unsigned char>(at("download.progress")); }
+int SimulatedCard::downloadProgress() const { return valueOf<unsigned char>(*m_download.progress); }
 
 void SimulatedCard::setDownload(DownloadState state, int progress) {
-    at("download.state").set(static_cast<unsigned char>(state));
-    at("download.progress").set(static_cast<unsigned char>(progress));
-}
-
-// Not a distribution of the standard library, whose numbers differ from one library to the next.
-int SimulatedCard::random(int low, int high) {
-    const auto width = static_cast<unsigned int>(high - low + 1);
-    return low + static_cast<int>(m_random() % width);
+    m_download.state->set(static_cast<unsigned char>(state));
+    m_download.progress->set(static_cast<unsigned char>(progress));
 }
 
 }  // namespace tool

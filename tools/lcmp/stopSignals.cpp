@@ -18,14 +18,18 @@ namespace {
 constexpr std::array<int, 2> signals = {SIGINT, SIGTERM};
 
 volatile sig_atomic_t signalCame = 0;
+volatile sig_atomic_t hangupCame = 0;
 
 extern "C" void onStopSignal(int /*signal*/) { signalCame = 1; }
 
-sigset_t stopSet() {
+extern "C" void onHangup(int /*signal*/) { hangupCame = 1; }
+
+sigset_t allSignals() {
     sigset_t set;
     sigemptyset(&set);
     for (const int signal : signals)
         sigaddset(&set, signal);
+    sigaddset(&set, SIGHUP);
     return set;
 }
 
@@ -60,8 +64,9 @@ std::chrono::milliseconds sooner(std::chrono::milliseconds one, std::chrono::mil
     return std::min(one, other);
 }
 
-StopSignals::StopSignals() {
+StopSignals::StopSignals(Hangup hangup) : m_hangup(hangup) {
     signalCame = 0;
+    hangupCame = 0;
     struct sigaction action = {};
     action.sa_handler = onStopSignal;
     action.sa_flags = static_cast<int>(SA_RESETHAND);
@@ -69,25 +74,41 @@ StopSignals::StopSignals() {
         if (sigaction(signal, &action, nullptr) != 0)
             fail("catch signals", errno);
     }
+    if (m_hangup == Hangup::ends)
+        return;
+    action.sa_handler = onHangup;
+    action.sa_flags = 0;
+    if (sigaction(SIGHUP, &action, nullptr) != 0)
+        fail("catch SIGHUP", errno);
 }
 
 StopSignals::~StopSignals() {
     for (const int signal : signals)
         ::signal(signal, SIG_DFL);
+    if (m_hangup == Hangup::reloads)
+        ::signal(SIGHUP, SIG_DFL);
 }
 
 bool StopSignals::stopped() const { return signalCame != 0; }
 
-// The signals are held back from the look at the flag until the wait has begun, so that none slips in
+bool StopSignals::takeReload() const {
+    const bool came = hangupCame != 0;
+    hangupCame = 0;
+    return came;
+}
+
+// The signals are held back from the look at the flags until the wait has begun, so that none slips in
 // between.
 void StopSignals::waitReadable(int fileDescriptor, std::chrono::milliseconds timeout) const {
-    const sigset_t stop = stopSet();
+    const sigset_t all = allSignals();
     sigset_t before;
-    sigprocmask(SIG_BLOCK, &stop, &before);
+    sigprocmask(SIG_BLOCK, &all, &before);
     sigset_t during = before;
     for (const int signal : signals)
         sigdelset(&during, signal);
-    const int error = stopped() ? 0 : waitWith(during, fileDescriptor, timeout);
+    sigdelset(&during, SIGHUP);
+    const bool waits = !stopped() && hangupCame == 0;
+    const int error = waits ? waitWith(during, fileDescriptor, timeout) : 0;
     sigprocmask(SIG_SETMASK, &before, nullptr);
     if (error != 0)
         fail("wait for datagrams", error);

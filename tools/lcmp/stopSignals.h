@@ -12,17 +12,26 @@ std::chrono::milliseconds sooner(std::chrono::milliseconds one, std::chrono::mil
 /// ends it as usual. One at a time in a process.
 class StopSignals {
 public:
-    StopSignals();
+    /// What SIGHUP is: the end of the process, or a wish to load again what was loaded.
+    enum class Hangup { ends, reloads };
+
+    explicit StopSignals(Hangup hangup = Hangup::ends);
     ~StopSignals();
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
 
-    /// Whether a signal has come.
+    /// Whether a signal to stop has come.
     bool stopped() const;
+
+    /// Whether SIGHUP has come since the last call.
+    bool takeReload() const;
 
     /// Waits until the file descriptor is readable, a signal comes, or the time is over (negative: never). A
     /// signal that came before ends the wait at once. A Failure when the system cannot wait.
     void waitReadable(int fileDescriptor, std::chrono::milliseconds timeout) const;
+
+private:
+    Hangup m_hangup;
 };
 
 }  // namespace tool

@@ -1,17 +1,12 @@
 #include "value.h"
 
 #include <algorithm>
-#include <cctype>
-#include <charconv>
 #include <cstdlib>
-#include <limits>
 #include <new>
 #include <nlohmann/json.hpp>
-#include <optional>
+#include <utility>
 
 #include "exitStatus.h"
-#include "lcmpUdpAddress.h"
-#include "timeText.h"
 
 namespace tool {
 namespace {
@@ -19,137 +14,18 @@ namespace {
 constexpr int elementHeader = 7;  // bytes before the value
 constexpr int lengthOffset = 5;   // of the 16-bit length in an element
 constexpr unsigned int lastType = MAC_ADDRESS;
-constexpr std::size_t maxBytes = 65535;
-constexpr std::size_t macBytes = 6;
-
-std::string quoted(const std::string& text) { return "'" + text + "'"; }
 
 [[noreturn]] void refuse(const std::string& text) { throw Failure(ExitStatus::usage, text); }
 
-// A sign and the number behind it; none if the text is no whole number.
-struct Whole {
-    bool negative;
-    unsigned long long magnitude;
-    bool tooLarge;  // for any type
-};
-
-std::optional<Whole> parseWhole(const std::string& text) {
-    Whole whole{!text.empty() && text[0] == '-', 0, false};
-    const char* begin = text.data() + (whole.negative ? 1 : 0);
-    const char* end = text.data() + text.size();
-    const bool isHex = end - begin > 2 && begin[0] == '0' && (begin[1] == 'x' || begin[1] == 'X');
-    const auto [rest, error] =
-        std::from_chars(begin + (isHex ? 2 : 0), end, whole.magnitude, isHex ? 16 : 10);
-    if (error == std::errc::invalid_argument || rest != end)
-        return std::nullopt;
-    whole.tooLarge = error == std::errc::result_out_of_range;
-    return whole;
-}
-
-template <typename T>
-std::string bounds() {
-    return std::to_string(std::numeric_limits<T>::min()) + " to " +
-           std::to_string(std::numeric_limits<T>::max());
-}
-
-template <typename T>
-bool fits(const Whole& whole) {
-    if (whole.tooLarge)
-        return false;
-    constexpr auto max = static_cast<unsigned long long>(std::numeric_limits<T>::max());
-    if (!whole.negative)
-        return whole.magnitude <= max;
-    return whole.magnitude <= (std::is_signed_v<T> ? max + 1 : 0);
-}
-
-template <typename T>
-T parseInteger(LcmpTlvType type, const std::string& text) {
-    const std::string name = lcmpTlvTypeName(type);
-    const std::optional<Whole> whole = parseWhole(text);
-    if (!whole)
-        refuse(quoted(text) + " is no " + name + ": a whole number from " + bounds<T>() + ", decimal or 0x");
-    if (!fits<T>(*whole))
-        refuse(text + " does not fit " + name + ", which holds " + bounds<T>());
-    const unsigned long long bits = whole->negative ? 0ULL - whole->magnitude : whole->magnitude;
-    return static_cast<T>(bits);
-}
-
-bool parseBoolean(const std::string& text) {
-    std::string word = text;
-    std::transform(word.begin(), word.end(), word.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (word == "true" || word == "on" || word == "1")
-        return true;
-    if (word == "false" || word == "off" || word == "0")
-        return false;
-    refuse(quoted(text) + " is no BOOLEAN: true or false, on or off, 1 or 0");
-}
-
-int digitValue(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const int lower = std::tolower(static_cast<unsigned char>(c));
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
-// Takes two digits off the text; none if they are not there.
-std::optional<char> takeByte(const std::string& text, std::size_t& position) {
-    if (text.size() - position < 2)
-        return std::nullopt;
-    const int high = digitValue(text[position]);
-    const int low = digitValue(text[position + 1]);
-    if (high < 0 || low < 0)
-        return std::nullopt;
-    position += 2;
-    return static_cast<char>(high * 16 + low);
-}
-
-std::string parseBytes(const std::string& text) {
-    const std::optional<std::string> bytes = parseHex(text);
-    if (!bytes)
-        refuse(quoted(text) + " is no BYTE_ARRAY: bytes of two hexadecimal digits each");
-    return *bytes;
-}
-
-std::string parseMac(const std::string& text) {
-    std::string bytes;
-    std::size_t position = 0;
-    while (bytes.size() < macBytes) {
-        const std::optional<char> byte = takeByte(text, position);
-        if (!byte)
-            break;
-        bytes += *byte;
-        if (bytes.size() < macBytes && position < text.size() && text[position++] != ':')
-            break;
-    }
-    if (bytes.size() != macBytes || position != text.size())
-        refuse(quoted(text) + " is no MAC_ADDRESS: six bytes like 00:1b:21:3c:4d:5e");
-    return bytes;
-}
-
-std::uint32_t parseIp(const std::string& text) {
-    std::uint32_t host = 0;
-    if (!lcmpUdpParseHost(text, host))
-        refuse(quoted(text) + " is no IPv4ADDRESS: four numbers like 192.0.2.1");
-    return host;
-}
-
-long long parseSeconds(const std::string& text) {
-    return parseWhole(text) ? parseInteger<long long>(UNIX_TIME, text) : parseTime(text);
-}
-
 // The setters know no elements of these types; the bytes are stored as text's and the type follows.
 void setBytes(LcmpTlvType type, const std::string& bytes, Element& element) {
-    if (bytes.size() > maxBytes)
-        refuse(std::to_string(bytes.size()) + " bytes do not fit " + lcmpTlvTypeName(type) +
-               ", which holds " + std::to_string(maxBytes));
     element.tlv().setValue(bytes);
     element.tlv().type = static_cast<std::uint8_t>(type);
 }
 
-template <typename T>
-void setInteger(LcmpTlvType type, const std::string& text, Element& element) {
-    element.tlv().setValue(parseInteger<T>(type, text));
+void setSeconds(long long seconds, Element& element) {
+    element.tlv().setValue(seconds);
+    element.tlv().type = UNIX_TIME;
 }
 
 }  // namespace
@@ -205,58 +81,85 @@ bool hasLengthOfType(const Element& element) {
 }
 
 LcmpTlvType parseType(const std::string& name) {
-    std::string all;
-    for (unsigned int type = 0; type <= lastType; ++type) {
-        if (name == lcmpTlvTypeName(type))
-            return static_cast<LcmpTlvType>(type);
-        all += std::string(all.empty() ? "" : ", ") + lcmpTlvTypeName(type);
-    }
-    refuse(quoted(name) + " is no type; there are " + all);
+    LcmpTlvType type{};
+    if (!lcmpModelParseType(name, type))
+        refuse("'" + name + "' is no type; there are " + lcmpModelTypeNames());
+    return type;
+}
+
+void parseValue(LcmpTlvType type, const std::string& text, Element& element) {
+    LcmpModelValue value;
+    std::string problem;
+    if (!lcmpModelParseValue(type, text, value, problem))
+        refuse(problem);
+    setValue(type, value, element);
 }
 
 namespace {
 
-void storeValue(LcmpTlvType type, const std::string& text, Element& element) {
+void storeValue(LcmpTlvType type, const LcmpModelValue& value, Element& element) {
+    LCMPTlv& tlv = element.tlv();
     switch (type) {
         case UINT64:
-            return setInteger<unsigned long long>(type, text, element);
+            return tlv.setValue(std::get<unsigned long long>(value));
         case UINT32:
-            return setInteger<unsigned int>(type, text, element);
+            return tlv.setValue(static_cast<unsigned int>(std::get<unsigned long long>(value)));
         case UINT16:
-            return setInteger<unsigned short>(type, text, element);
+            return tlv.setValue(static_cast<unsigned short>(std::get<unsigned long long>(value)));
         case UINT8:
-            return setInteger<unsigned char>(type, text, element);
+            return tlv.setValue(static_cast<unsigned char>(std::get<unsigned long long>(value)));
         case INT64:
-            return setInteger<long long>(type, text, element);
+            return tlv.setValue(std::get<long long>(value));
         case INT32:
-            return setInteger<int>(type, text, element);
+            return tlv.setValue(static_cast<int>(std::get<long long>(value)));
         case INT16:
-            return setInteger<short>(type, text, element);
+            return tlv.setValue(static_cast<short>(std::get<long long>(value)));
         case INT8:
-            return setInteger<signed char>(type, text, element);
+            return tlv.setValue(static_cast<signed char>(std::get<long long>(value)));
         case BOOLEAN:
-            return element.tlv().setValue(parseBoolean(text));
-        case STRING:
-            return setBytes(type, text, element);
+            return tlv.setValue(std::get<bool>(value));
         case IPv4ADDRESS:
-            return element.tlv().setValue(static_cast<int>(parseIp(text)), IPv4ADDRESS);
+            return tlv.setValue(static_cast<int>(std::get<unsigned long long>(value)), IPv4ADDRESS);
         case UNIX_TIME:
-            element.tlv().setValue(parseSeconds(text));
-            element.tlv().type = UNIX_TIME;
-            return;
-        case BYTE_ARRAY:
-            return setBytes(type, parseBytes(text), element);
-        case MAC_ADDRESS:
-            return setBytes(type, parseMac(text), element);
+            return setSeconds(std::get<long long>(value), element);
+        default:
+            return setBytes(type, std::get<std::string>(value), element);
     }
-    refuse("type " + std::to_string(type) + " is unknown");
 }
 
 }  // namespace
 
-void parseValue(LcmpTlvType type, const std::string& text, Element& element) {
-    storeValue(type, text, element);
+void setValue(LcmpTlvType type, const LcmpModelValue& value, Element& element) {
+    storeValue(type, value, element);
     element.requireValue();
+}
+
+std::optional<LcmpModelValue> modelValue(const Element& element) {
+    const LCMPTlv& tlv = element.tlv();
+    if (!hasLengthOfType(element))
+        return std::nullopt;
+    switch (element.type()) {
+        case UINT64:
+            return tlv.getValueAsUInt64();
+        case UINT32:
+            return static_cast<unsigned long long>(tlv.getValueAsUInt32());
+        case UINT16:
+            return static_cast<unsigned long long>(tlv.getValueAsUInt16());
+        case UINT8:
+            return static_cast<unsigned long long>(tlv.getValueAsUInt8());
+        case INT64:
+            return tlv.getValueAsInt64();
+        case INT32:
+            return static_cast<long long>(tlv.getValueAsInt32());
+        case INT16:
+            return static_cast<long long>(tlv.getValueAsInt16());
+        case INT8:
+            return static_cast<long long>(tlv.getValueAsInt8());
+        case BOOLEAN:
+            return tlv.getValueAsBool();
+        default:
+            return std::nullopt;
+    }
 }
 
 void setPlaceholder(LcmpTlvType type, Element& element) {
@@ -307,17 +210,11 @@ nlohmann::ordered_json jsonValue(const Element& element) {
 }
 
 std::optional<std::string> parseHex(const std::string& text) {
-    std::string bytes;
-    std::size_t position = text.rfind("0x", 0) == 0 || text.rfind("0X", 0) == 0 ? 2 : 0;
-    while (position < text.size()) {
-        const std::optional<char> byte = takeByte(text, position);
-        if (!byte)
-            return std::nullopt;
-        bytes += *byte;
-        const bool between = position + 1 < text.size();
-        position += between && (text[position] == ' ' || text[position] == ':') ? 1 : 0;
-    }
-    return bytes;
+    LcmpModelValue value;
+    std::string problem;
+    if (!lcmpModelParseValue(BYTE_ARRAY, text, value, problem))
+        return std::nullopt;
+    return std::get<std::string>(value);
 }
 
 std::string hexText(const std::string& bytes) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "lcmpModelValue.h"
 #include "lcmpTlv.h"
 
 namespace tool {
@@ -63,6 +64,13 @@ LcmpTlvType parseType(const std::string& name);
 /// dotted, MAC addresses with colons, times in RFC 3339 or seconds since 1970, byte arrays in hexadecimal. A
 /// Failure of status `usage` names the type and what it holds.
 void parseValue(LcmpTlvType type, const std::string& text, Element& element);
+
+/// Gives `element` a value of this type.
+void setValue(LcmpTlvType type, const LcmpModelValue& value, Element& element);
+
+/// The value of an element that is a number or a boolean, to be looked up in a model; none for another type
+/// or a wrong length.
+std::optional<LcmpModelValue> modelValue(const Element& element);
 
 /// Gives `element` the value that stands in a request to read: zero in the width of the type, or nothing.
 void setPlaceholder(LcmpTlvType type, Element& element);

@@ -9,6 +9,7 @@
 #include "duration.h"
 #include "eventLog.h"
 #include "lcmpUdpEndpoint.h"
+#include "modelOption.h"
 #include "output.h"
 #include "peerNotices.h"
 #include "stopSignals.h"
@@ -25,6 +26,7 @@ struct WatchOptions {
     unsigned long count = 0;
     std::string duration;
     std::string format = "text";
+    std::string model;
     std::string trace = "0";
 };
 
@@ -91,7 +93,8 @@ ExitStatus watch(const WatchOptions& options) {
     startTrace(options.trace);
     const Deadline deadline(options.duration);
     const auto format = options.format == "jsonl" ? EventLog::Format::jsonl : EventLog::Format::text;
-    EventLog log(std::cout, std::cerr, format, options.count);
+    const auto model = loadModel(options.model);
+    EventLog log(std::cout, std::cerr, format, options.count, *model);
     EventReceiver receiver(log);
     const StopSignals signals;
     listen(receiver, options);
@@ -120,6 +123,7 @@ void addWatchVerb(CLI::App& program, ExitStatus& status) {
         ->check(CLI::Range(1UL, 4294967295UL));
     verb->add_option("--duration", options->duration, "End after this time, like 5s")->type_name("TIME");
     addFormatOption(*verb, options->format, {"text", "jsonl"}, "jsonl");
+    addModelOption(*verb, options->model);
     addTraceOption(*verb, options->trace);
     verb->footer(
         "Prints 'listening on ADDR:PORT' on standard error, then one line for each value: time, card, "

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 
+#include "knownVariable.h"
 #include "standardNames.h"
 
 namespace tool {
@@ -15,9 +16,9 @@ std::string quoted(const std::string& text) {
         const auto byte = static_cast<unsigned char>(c);
         std::array<char, 5> escaped{};
         if (byte < 0x20 || byte == 0x7F)
-            std::snprintf(escaped.data(), escaped.size(), "\\%03u", byte);
+            (void)std::snprintf(escaped.data(), escaped.size(), "\\%03u", byte);
         else if (c == '"' || c == '\\')
-            std::snprintf(escaped.data(), escaped.size(), "\\%c", c);
+            (void)std::snprintf(escaped.data(), escaped.size(), "\\%c", c);
         else
             escaped[0] = c;
         all += escaped.data();
@@ -59,11 +60,12 @@ std::string wiresharkNames(const std::string& card, const std::vector<NamedVaria
            "}\n";
 }
 
-std::vector<NamedVariable> standardNamedVariables() {
+std::vector<NamedVariable> namedVariables(const LcmpModel& model) {
     std::vector<NamedVariable> all;
-    for (const StandardObject& object : standardObjects()) {
-        for (int id = 0; object.variableName(id) != nullptr; ++id)
-            all.push_back({object.oid(id, 0), object.name, object.variableName(id), object.unit(id), {}});
+    for (const LcmpModelObject& object : model.objects) {
+        for (const LcmpModelVariable& variable : object.variables)
+            all.push_back({lcmpModelOid({&object, &variable, 0}), object.name, variable.name, variable.unit,
+                           wordsOf(variable)});
     }
     std::sort(all.begin(), all.end(),
               [](const NamedVariable& a, const NamedVariable& b) { return a.oid < b.oid; });

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "lcmpModel.h"
+
 namespace tool {
 
 struct NamedVariable {
@@ -19,7 +21,7 @@ struct NamedVariable {
 /// inside their quotes.
 std::string wiresharkNames(const std::string& card, const std::vector<NamedVariable>& variables);
 
-/// The variables of the standard card, by OID.
-std::vector<NamedVariable> standardNamedVariables();
+/// The variables of a model, by OID.
+std::vector<NamedVariable> namedVariables(const LcmpModel& model);
 
 }  // namespace tool

@@ -292,7 +292,7 @@ local function show_value(tree, range, type_code)
         return number:tonumber(), tostring(number)
     elseif type_code == 8 then
         local number = range:uint()
-        return number, tostring(number ~= 0)
+        return number ~= 0 and 1 or 0, tostring(number ~= 0)
     elseif type_code == 10 then
         return nil, tostring(range:ipv4())
     elseif type_code == UNIX_TIME then

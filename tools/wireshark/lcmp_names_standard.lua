@@ -7,7 +7,7 @@ return {
         [0x02000002] = {object = "download", name = "stop"},
         [0x02000003] = {object = "download", name = "commit"},
         [0x02000004] = {object = "download", name = "accept"},
-        [0x02000005] = {object = "download", name = "state"},
+        [0x02000005] = {object = "download", name = "state", words = {[0] = "idle", [1] = "downloading", [2] = "done", [3] = "stopped"}},
         [0x02000006] = {object = "download", name = "progress", unit = "%"},
         [0x02000007] = {object = "download", name = "name"},
         [0x02000008] = {object = "download", name = "bspName"},

@@ -18,6 +18,7 @@ bool Inbox::fill(int fileDescriptor, int most, bool manyAddresses) {
     m_count = receiveDatagrams(fileDescriptor, places.data(), m_bufferSize, wanted, manyAddresses,
                                m_receipts.data());
     m_next = 0;
+    m_singles = m_count > 1 ? 0 : batchSize;
     return m_count == wanted || (m_count > 0 && m_receipts[m_count - 1].error != 0);
 }
 

@@ -21,6 +21,10 @@ public:
     bool empty() const { return m_next == m_count; }
     void clear() { m_next = m_count; }
 
+    /// Whether many may be there: as long as the last fill found many, and now and then to see. A call for
+    /// several datagrams that finds one costs more than a call for one.
+    bool isWorthFilling() { return m_singles == 0 || --m_singles == 0; }
+
     /// Receives what is there, at most `most`; the inbox is empty before. An error waits like a datagram.
     /// False: no more was there.
     bool fill(int fileDescriptor, int most, bool manyAddresses);
@@ -32,6 +36,7 @@ private:
     std::size_t m_bufferSize;
     std::array<Buffer, batchSize> m_buffers;  // made when they are needed first
     std::array<Receipt, batchSize> m_receipts;
+    int m_singles = 0;  // that are received one by one before the next fill
     std::size_t m_count = 0;
     std::size_t m_next = 0;
 };
