@@ -1,5 +1,6 @@
 // The element on the wire, both ways.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <algorithm>
 #include <cstring>
@@ -159,6 +160,38 @@ TEST(TlvWire, IsReadWhateverLengthStandsInAnElementWithoutABuffer) {
         element.len = length;
         element.receive(bytes("11800002 05 0004 00000102"));
         EXPECT_EQ(element.getValueAsInt32(), 0x102) << length;
+    }
+}
+
+TEST(TlvWire, IsReadInPlaceOfTheValueBefore) {
+    for (int type = 0; type <= 20; ++type) {
+        for (const int length : {1, 2, 4, 6, 8}) {
+            SCOPED_TRACE(std::to_string(type) + " with " + std::to_string(length) + " bytes");
+            const std::string wire =
+                header(7, type, length) + std::string("ABCDEFGH", static_cast<std::size_t>(length));
+            const HeldTlv fresh(wire);
+            for (const int roomOf : {length, length + 1, 30}) {
+                HeldTlv element(header(1, STRING, roomOf) +
+                                std::string(static_cast<std::size_t>(roomOf), 'x'));
+                const unsigned char* const buffer = element.buffer();
+                element.receive(wire);
+                EXPECT_EQ(element.buffer(), buffer);
+                EXPECT_EQ(element.oid(), 7U);
+                EXPECT_EQ(element.typeCode(), type);
+                EXPECT_EQ(element.length(), length);
+                EXPECT_EQ(element.memory(8), fresh.memory(8));
+            }
+        }
+    }
+}
+
+TEST(TlvWire, ThatIsLongerThanTheValueBeforeGetsARoomOfItsOwn) {
+    const std::string text(4000, 'y');
+    for (const int before : {1, 8, 9, 3999}) {
+        HeldTlv element(header(1, STRING, before) + std::string(static_cast<std::size_t>(before), 'x'));
+        element.receive(header(7, STRING, 4000) + text);
+        EXPECT_GE(malloc_usable_size(const_cast<unsigned char*>(element.buffer())), text.size());
+        EXPECT_EQ(element.getValueAsString(), text);
     }
 }
 

@@ -513,6 +513,14 @@ TEST(TlvBytesOut, AreAllZeroWithoutAValue) {
     EXPECT_EQ(log.all(), "");
 }
 
+TEST(TlvBytesOut, IntoNullAreNone) {
+    HeldTlv element;
+    element.setValue("abc", 3);
+    element.getValue(static_cast<char*>(nullptr), 3);
+    element.getValue(static_cast<char*>(nullptr), 0);
+    EXPECT_EQ(element.getValueAsString(), "abc");
+}
+
 TEST(TlvArrayOut, CopiesTheSmallerOfValueAndLimit) {
     const std::string value = "012345";
     HeldTlv element;

@@ -156,7 +156,8 @@ int oneByOne(mmsghdr* messages, unsigned int count, const std::deque<int>* error
 
 }  // namespace
 
-INTERPOSED int recvmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags, timespec*) {
+INTERPOSED int recvmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags,
+                        timespec* /*timeout*/) {
     const System* const system = watching(fileDescriptor);
     return oneByOne(messages, count, system != nullptr ? &system->receiveErrors : nullptr,
                     [&](msghdr* message) { return recvmsg(fileDescriptor, message, flags); });

@@ -49,11 +49,11 @@ struct HostileRun::Card : LcmpUdpEndpoint {
             registerObject(object);
     }
 
-    std::uint8_t checkTlvOld(OldStyleProperty* prop, bool) const override {
+    std::uint8_t checkTlvOld(OldStyleProperty* prop, bool /*write*/) const override {
         return prop->getOid() % 2 == 0 ? RESULT_OK : RESULT_GENERAL_ERROR;
     }
 
-    bool handleLcmpMsgOld(OldStyleProperty* prop, bool) override { return prop->getOid() % 4 == 0; }
+    bool handleLcmpMsgOld(OldStyleProperty* prop, bool /*write*/) override { return prop->getOid() % 4 == 0; }
 
     LcmpScalar control{"control", 3, true};
     LcmpScalar identity{"identity", 1, true};

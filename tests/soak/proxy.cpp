@@ -81,7 +81,7 @@ void Proxy::addWay(const LcmpUdpAddress& card) {
     m_ways.push_back(way);
 }
 
-void Proxy::watch(int socket, std::size_t way, bool front) {
+void Proxy::watch(int socket, std::size_t way, bool front) const {
     epoll_event event{};
     event.events = EPOLLIN;
     event.data.u64 = way << 1 | (front ? 1U : 0U);

@@ -56,7 +56,7 @@ private:
     };
 
     void addWay(const LcmpUdpAddress& card);
-    void watch(int socket, std::size_t way, bool front);
+    void watch(int socket, std::size_t way, bool front) const;
     void receive(std::size_t way, bool front);
     void accept(std::size_t way, bool toCard, const char* bytes, std::size_t size);
     void send(const Copy& copy) const;

@@ -1,5 +1,7 @@
 #include "requester.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr Value neverWritten = ~0ULL;
@@ -68,11 +70,8 @@ void Requester::read(const std::vector<std::size_t>& rows) {
 }
 
 bool Requester::hasTheirValues(const std::vector<std::size_t>& rows) {
-    for (const std::size_t row : rows) {
-        if (!m_ledger.admits(row, m_mirror.value(row)))
-            return false;
-    }
-    return true;
+    return std::all_of(rows.begin(), rows.end(),
+                       [&](std::size_t row) { return m_ledger.admits(row, m_mirror.value(row)); });
 }
 
 bool Requester::chooseRowsToWrite() {

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr std::uint64_t toleratedGrowth = 64 * 1024;  // bytes of resident memory
+constexpr std::uint64_t toleratedGrowth = std::uint64_t{64} * 1024;  // bytes of resident memory
 
 struct Options {
     std::uint64_t seed = 1;

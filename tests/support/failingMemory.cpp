@@ -111,13 +111,17 @@ extern "C" LCMP_PREEMPTS void free(void* pointer) noexcept { giveBack(pointer); 
 
 // The array forms of the C++ library end here too.
 LCMP_PREEMPTS void* operator new(std::size_t size) { return newOrThrow(size); }
-LCMP_PREEMPTS void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+LCMP_PREEMPTS void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
     return newBytes(size, Asker::newNothrow);
 }
-LCMP_PREEMPTS void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+LCMP_PREEMPTS void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
     return newBytes(size, Asker::newNothrow);
 }
 LCMP_PREEMPTS void operator delete(void* pointer) noexcept { giveBack(pointer); }
-LCMP_PREEMPTS void operator delete(void* pointer, std::size_t) noexcept { giveBack(pointer); }
-LCMP_PREEMPTS void operator delete(void* pointer, const std::nothrow_t&) noexcept { giveBack(pointer); }
-LCMP_PREEMPTS void operator delete[](void* pointer, const std::nothrow_t&) noexcept { giveBack(pointer); }
+LCMP_PREEMPTS void operator delete(void* pointer, std::size_t /*size*/) noexcept { giveBack(pointer); }
+LCMP_PREEMPTS void operator delete(void* pointer, const std::nothrow_t& /*tag*/) noexcept {
+    giveBack(pointer);
+}
+LCMP_PREEMPTS void operator delete[](void* pointer, const std::nothrow_t& /*tag*/) noexcept {
+    giveBack(pointer);
+}

@@ -57,7 +57,7 @@ public:
         addProp(new MacAddressProperty(MAC_ADDRESS, "mac", IFC_CARD_VAR_WRITABLE, "", true), 0);
     }
 
-    bool updated(LcmpProperty* property, unsigned int) override {
+    bool updated(LcmpProperty* property, unsigned int /*row*/) override {
         m_card.addToAmi(property, false);
         return true;
     }

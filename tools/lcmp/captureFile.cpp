@@ -45,7 +45,10 @@ const PcapKind* pcapKind(std::string_view file) {
 }
 
 bool takeRecord(ByteReader& reader, const PcapKind& kind, CapturedPacket& packet) {
-    std::uint32_t seconds = 0, ticks = 0, captured = 0, sent = 0;
+    std::uint32_t seconds = 0;
+    std::uint32_t ticks = 0;
+    std::uint32_t captured = 0;
+    std::uint32_t sent = 0;
     ByteReader record = reader;
     if (!record.take(seconds) || !record.take(ticks) || !record.take(captured) || !record.take(sent) ||
         !record.take(captured, packet.bytes))
@@ -158,7 +161,9 @@ private:
         const bool isSection = m_reader.rest().substr(0, 4) == ngMagic;
         if (isSection && !takeOrder())
             return "the capture has a section of unknown byte order";
-        std::uint32_t type = 0, size = 0, sizeAgain = 0;
+        std::uint32_t type = 0;
+        std::uint32_t size = 0;
+        std::uint32_t sizeAgain = 0;
         std::string_view body;
         if (!m_reader.take(type) || !m_reader.take(size))
             return "the capture is cut off in a block";
@@ -171,7 +176,7 @@ private:
         return takeBlock(type, ByteReader(body, m_reader.order()));
     }
 
-    std::string takeBlock(std::uint32_t type, ByteReader body) {
+    std::string takeBlock(std::uint32_t type, const ByteReader& body) {
         switch (type) {
             case sectionBlock:
                 m_interfaces.clear();
@@ -200,8 +205,11 @@ private:
     }
 
     static void takeOptions(ByteReader& body, Interface& interface) {
-        constexpr std::uint16_t end = 0, resolution = 9, secondsAdded = 14;
-        std::uint16_t code = 0, size = 0;
+        constexpr std::uint16_t end = 0;
+        constexpr std::uint16_t resolution = 9;
+        constexpr std::uint16_t secondsAdded = 14;
+        std::uint16_t code = 0;
+        std::uint16_t size = 0;
         std::string_view bytes;
         while (body.take(code) && body.take(size) && code != end && body.take(size, bytes)) {
             ByteReader value(bytes, body.order());
@@ -215,8 +223,13 @@ private:
     }
 
     std::string takePacket(ByteReader body, bool isOld) {
-        std::uint32_t index = 0, high = 0, low = 0, captured = 0, sent = 0;
-        std::uint16_t oldIndex = 0, drops = 0;
+        std::uint32_t index = 0;
+        std::uint32_t high = 0;
+        std::uint32_t low = 0;
+        std::uint32_t captured = 0;
+        std::uint32_t sent = 0;
+        std::uint16_t oldIndex = 0;
+        std::uint16_t drops = 0;
         const bool hasIndex = isOld ? body.take(oldIndex) && body.take(drops) : body.take(index);
         std::string_view bytes;
         if (!hasIndex || !body.take(high) || !body.take(low) || !body.take(captured) || !body.take(sent) ||

@@ -153,7 +153,8 @@ std::string leftPadded(const std::string& text) {
 }
 
 void printRows(std::ostream& out, const std::vector<Row>& rows) {
-    std::size_t nameWidth = 0, typeWidth = 0;
+    std::size_t nameWidth = 0;
+    std::size_t typeWidth = 0;
     for (const Row& row : rows) {
         nameWidth = std::max(nameWidth, row.name.size());
         typeWidth = std::max(typeWidth, row.type.size());

@@ -32,7 +32,8 @@ std::string_view takeWord(std::string_view& text, std::string_view endings) {
 std::optional<std::size_t> parseOffset(std::string_view digits) {
     if (digits.substr(0, 2) == "0x")
         digits.remove_prefix(2);
-    constexpr std::size_t fewest = 4, most = 8;
+    constexpr std::size_t fewest = 4;
+    constexpr std::size_t most = 8;
     std::size_t offset = 0;
     const char* end = digits.data() + digits.size();
     const auto [rest, error] = std::from_chars(digits.data(), end, offset, 16);
@@ -92,7 +93,8 @@ bool isFrame(std::string_view bytes) { return bytes.substr(0, frameMagic.size())
 
 // The frame in a dumped packet, or the bytes as they are.
 std::string unpacked(const std::string& bytes) {
-    constexpr std::uint32_t ethernet = 1, rawIp = 101;
+    constexpr std::uint32_t ethernet = 1;
+    constexpr std::uint32_t rawIp = 101;
     for (const std::uint32_t linkType : {rawIp, ethernet}) {
         Datagram datagram;
         if (!isFrame(bytes) && findDatagram(linkType, bytes, datagram) == nullptr &&

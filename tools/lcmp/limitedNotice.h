@@ -31,10 +31,10 @@ public:
 
     /// Prints "lcmp: " and the line, flushed, or counts it. What has happened several times is printed once,
     /// and counted for the rest.
-    void say(const std::string& cause, const std::string& line, std::uint64_t times = 1);
+    void say(const std::string& name, const std::string& line, std::uint64_t times = 1);
 
     /// The same for what somebody else prints, in `lines` lines, at most ten: whether it may.
-    bool admit(const std::string& cause, std::size_t lines = 1);
+    bool admit(const std::string& name, std::size_t lines = 1);
 
     /// Tells of what was left out, where it is time to.
     void settle();

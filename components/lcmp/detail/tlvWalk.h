@@ -16,8 +16,6 @@ struct ElementView {
     const char* begin;
     TlvHeader header;
     int space;  // bytes from the value's first to the end of the frame; at least header.length
-
-    const char* value() const { return begin + tlvHeaderSize; }
 };
 
 /// Takes the next element off the rest. False: there is none, or it does not fit; nothing has moved, and
