@@ -235,9 +235,11 @@ std::string oidCode(const LcmpModelObject& object) {
             name += "_";
         used.insert(name);
         const std::string oid = hexNumber(lcmpModelOid({&object, &variable, 0}));
-        text += object.isTable()
-                    ? "constexpr unsigned int " + name + "(unsigned int row) { return " + oid + " | row; }\n"
-                    : "constexpr unsigned int " + name + " = " + oid + ";\n";
+        text.append("constexpr unsigned int ").append(name);
+        if (object.isTable())
+            text.append("(unsigned int row) { return ").append(oid).append(" | row; }\n");
+        else
+            text.append(" = ").append(oid).append(";\n");
     }
     return text + "}\n";
 }

@@ -8,18 +8,22 @@ namespace {
 
 using Shape = LcmpModelSimulation::Shape;
 
+// How many bytes a character has that begins with this one; 0: none begins so.
+std::size_t utf8Size(unsigned int first) {
+    if (first < 0x80)
+        return 1;
+    if (first < 0xC2 || first >= 0xF5)
+        return 0;
+    return first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+}
+
 // How many bytes of well-formed UTF-8 begin here; 0: none do.
 std::size_t utf8At(const std::string& text, std::size_t at) {
     const auto byte = [&](std::size_t i) {
         return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0U;
     };
     const unsigned int first = byte(0);
-    const std::size_t size = first < 0x80   ? 1
-                             : first < 0xC2 ? 0
-                             : first < 0xE0 ? 2
-                             : first < 0xF0 ? 3
-                             : first < 0xF5 ? 4
-                                            : 0;
+    const std::size_t size = utf8Size(first);
     for (std::size_t i = 1; i < size; ++i) {
         if ((byte(i) & 0xC0) != 0x80)
             return 0;

@@ -40,8 +40,10 @@ const char* takeIpv4(std::string_view packet, Datagram& datagram) {
     constexpr std::uint8_t udp = 17;
     constexpr std::uint16_t moreFragmentsAndOffset = 0x3FFF;
     ByteReader reader(packet);
-    std::uint8_t versionAndSize = 0, protocol = 0;
-    std::uint16_t size = 0, fragment = 0;
+    std::uint8_t versionAndSize = 0;
+    std::uint8_t protocol = 0;
+    std::uint16_t size = 0;
+    std::uint16_t fragment = 0;
     if (!reader.take(versionAndSize) || !reader.skip(1) || !reader.take(size) || !reader.skip(2) ||
         !reader.take(fragment) || !reader.skip(1) || !reader.take(protocol) || !reader.skip(2) ||
         !reader.take(datagram.source.host) || !reader.take(datagram.destination.host))

@@ -188,7 +188,9 @@ DownloadState SimulatedCard::downloadState() const {
 
 int SimulatedCard::downloadProgress() const { return valueOf<unsigned char>(*m_download.progress); }
 
-void SimulatedCard::setDownload(DownloadState state, int progress) {
+// The card's variables change.
+void SimulatedCard::setDownload(DownloadState state,  // NOLINT(readability-make-member-function-const)
+                                int progress) {
     m_download.state->set(static_cast<unsigned char>(state));
     m_download.progress->set(static_cast<unsigned char>(progress));
 }

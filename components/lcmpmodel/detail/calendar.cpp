@@ -119,7 +119,7 @@ long long secondsOf(const Time& time) {
     for (int month = 1; month < time.month; ++month)
         days += daysOfMonth(time.year, month);
     days += time.day - 1;
-    return days * secondsOfDay + (time.hour * 60 + time.minute) * 60 + time.second;
+    return days * secondsOfDay + (time.hour * 60LL + time.minute) * 60 + time.second;
 }
 
 Time timeOf(long long seconds) {

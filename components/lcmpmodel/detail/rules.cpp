@@ -182,7 +182,7 @@ std::string patternProblem(const std::string& pattern) {
         return "it has more than " + std::to_string(maxPatternBytes) + " bytes";
     if (pattern.find('\0') != std::string::npos)
         return "it contains a NUL";
-    const std::string problem = PatternScan(pattern).problem();
+    std::string problem = PatternScan(pattern).problem();
     if (!problem.empty())
         return problem;
     return LcmpModelPattern(pattern).isValid() ? "" : "it is no POSIX extended regular expression";
