@@ -113,7 +113,8 @@ private:
             return m_faults.add(allow->place, "allow is a list of numbers and ranges, like [0-3, 128]");
         for (const YamlNode& item : allow->items)
             readRange(item);
-        if (allowedRanges(m_variable)->empty() && !m_variable.allow.empty())
+        const auto ranges = allowedRanges(m_variable);  // none where all three were at fault themselves
+        if (ranges && ranges->empty() && !m_variable.allow.empty())
             m_faults.add(allow->place, "min and max leave nothing of allow");
     }
 
