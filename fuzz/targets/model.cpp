@@ -24,9 +24,12 @@ bool load(const std::string& text, LcmpModel& model, std::vector<LcmpModelError>
     return isGood;
 }
 
-// In a text of comments nothing has a place.
-bool isOfNothing(const LcmpModelError& error) {
-    return error.line == 0 && error.column == 0 && error.message == "a model is a map, and here is nothing";
+// In a text of comments nothing has a place, nor have the errors that are only counted.
+bool hasNoPlace(const LcmpModelError& error) {
+    const auto end = error.message.find(" more errors");
+    return error.line == 0 && error.column == 0 &&
+           (error.message == "a model is a map, and here is nothing" ||
+            (error.message.rfind("and ", 0) == 0 && end != std::string::npos));
 }
 
 // Errors come in the order of the file.
@@ -38,7 +41,9 @@ void checkErrors(const std::vector<LcmpModelError>& errors, const std::string& t
     for (const LcmpModelError& error : errors) {
         const std::pair<unsigned int, unsigned int> place{error.line, error.column};
         FUZZ_REQUIRE(textRefused, !error.message.empty(), "an error without words");
-        FUZZ_REQUIRE(textRefused, (error.line >= 1 && error.column >= 1) || isOfNothing(error),
+        if (hasNoPlace(error))
+            continue;
+        FUZZ_REQUIRE(textRefused, error.line >= 1 && error.column >= 1,
                      "an error without a place: " + lcmpModelErrorText(error));
         FUZZ_REQUIRE(textRefused, error.line <= lines,
                      "a place behind the end: " + lcmpModelErrorText(error));

@@ -104,3 +104,15 @@ TEST(OverallStatus, IsPartlyWhenSomeAreDoneAndElseTheFirstFailure) {
 }
 
 }  // namespace
+
+TEST(Json, EscapesEveryControlCharacter) {
+    std::string text;
+    for (char c = 0; c < ' '; ++c)
+        text += c;
+    text += "\x7F";
+    for (const std::string& json : {tool::jsonLine({{"text", text}}), tool::jsonText({{"text", text}})}) {
+        for (const char c : json)
+            EXPECT_TRUE(c == '\n' || (c >= ' ' && c != '\x7F')) << json;
+        EXPECT_EQ(nlohmann::ordered_json::parse(json)["text"], text);
+    }
+}

@@ -353,7 +353,7 @@ public:
 private:
     // As a member of the array, which is never held as a whole: a capture may be large.
     static std::string indented(const Json& object) {
-        std::string text = object.dump(2, ' ', false, Json::error_handler_t::replace);
+        std::string text = jsonText(object);
         for (auto end = text.find('\n'); end != std::string::npos; end = text.find('\n', end + 1))
             text.insert(end + 1, "  ");
         return "  " + text;

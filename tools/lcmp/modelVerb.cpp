@@ -103,7 +103,7 @@ ExitStatus list(const ModelOptions& options) {
             listText(object, width);
     }
     if (options.format == "json")
-        std::cout << all.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+        std::cout << jsonText(all) << '\n';
     return ExitStatus::done;
 }
 
@@ -227,7 +227,7 @@ ExitStatus show(const ModelOptions& options) {
         }
     }
     if (options.format == "json")
-        std::cout << all.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+        std::cout << jsonText(all) << '\n';
     return ExitStatus::done;
 }
 

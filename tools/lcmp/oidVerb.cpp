@@ -90,7 +90,7 @@ void print(std::ostream& out, const std::string& format, const std::vector<unsig
             printText(out, oid, model);
     }
     if (format == "json")
-        out << all.dump(2) << '\n';
+        out << jsonText(all) << '\n';
 }
 
 ExitStatus explain(const OidOptions& options) {

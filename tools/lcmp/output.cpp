@@ -79,9 +79,21 @@ void addFormatOption(CLI::App& verb, std::string& format, const std::vector<std:
         ->excludes(option);
 }
 
-std::string jsonLine(const Json& value) {
-    return value.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+namespace {
+
+// JSON lets the one control character stand that it does not count as one; a terminal does not.
+std::string dumped(const Json& value, int indent) {
+    std::string text = value.dump(indent, ' ', false, Json::error_handler_t::replace);
+    for (auto at = text.find('\x7F'); at != std::string::npos; at = text.find('\x7F', at))
+        text.replace(at, 1, "\\u007f");
+    return text;
 }
+
+}  // namespace
+
+std::string jsonText(const Json& value) { return dumped(value, 2); }
+
+std::string jsonLine(const Json& value) { return dumped(value, -1) + "\n"; }
 
 void addJsonValue(const Element& element, Json& object) {
     object["type"] = lcmpTlvTypeName(element.type());
@@ -134,7 +146,7 @@ void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAd
             printText(out, variables[i], outcomes[i]);
     }
     if (format == "json")
-        out << all.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+        out << jsonText(all) << '\n';
 }
 
 void printProblems(const std::vector<Outcome>& outcomes) {

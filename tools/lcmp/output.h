@@ -21,7 +21,9 @@ namespace tool {
 void addFormatOption(CLI::App& verb, std::string& format, const std::vector<std::string>& formats,
                      const std::string& json = "json");
 
-/// One line of JSON. Bytes that are no UTF-8 are replaced.
+/// JSON as it is printed for people, without a line's end, and as one line of a stream. Bytes that are no
+/// UTF-8 are replaced, control characters escaped.
+std::string jsonText(const nlohmann::ordered_json& value);
 std::string jsonLine(const nlohmann::ordered_json& value);
 
 /// Adds "type" and "value" to a JSON object, and "bytes" in hexadecimal for a text that is no UTF-8.
