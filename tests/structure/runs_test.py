@@ -23,10 +23,9 @@ log=${ASAN_OPTIONS##*log_path=}
 exit "$STATUS"
 """
 
-BUILDS = ["dev", "clang", "asan", "powerpc", "powerpc-asan"]
-COMMANDS = {"valgrind": "valgrind build/dev", "lint": "lint ", "abi": "abi ", "soak": "soak --short",
-            "fuzz": "fuzz --replay\nfuzz --replay --on powerpc\nfuzz 20"}
-COMMAND_STAGES = ["valgrind", "lint", "abi", "corpus", "corpus-target", "fuzz", "soak"]
+BUILDS = ["dev", "clang", "asan", "powerpc"]
+COMMANDS = {"lint": "lint ", "abi": "abi ", "fuzz": "fuzz --replay", "soak": "soak --short"}
+COMMAND_STAGES = ["lint", "abi", "corpus", "soak"]
 
 
 def rows(stages, count, outcome):
@@ -86,7 +85,7 @@ class Runs(unittest.TestCase):
     def test_with_arguments_only_ctest_runs(self):
         status, printed, calls = self.run_script("scripts/test", "--all", "-R", "One")
         self.assertEqual(status, 0)
-        self.assertRegex(calls, r"\nctest --preset powerpc-asan .* -R One\n$")
+        self.assertRegex(calls, r"\nctest --preset powerpc .* -R One\n$")
         for stage in COMMAND_STAGES:
             self.assertNotIn(stage, printed)
 
