@@ -126,6 +126,8 @@ public:
     /// handled, from the address that the peer asked; false when there is none, and when the frame is itself
     /// a response or event, which are never answered. An event goes to every receiver; false if there is
     /// none or one send failed. Every false leaves its reason in getLastError().
+    /// Responses to frames that were received together leave together: one that the socket refuses then is
+    /// counted and told by getLastError(), and true was returned.
     bool sendMessage(LCMPMessage* msg) override;
 
     /// Sends bytes as they are, past the protocol: for tools that try what peers make of them. False: closed,
