@@ -212,7 +212,7 @@ class PlainNumber : public testing::Test {};
 
 using Numbers = testing::Types<unsigned long long, unsigned int, unsigned short, unsigned char, long long,
                                int, short, signed char, bool>;
-TYPED_TEST_SUITE(PlainNumber, Numbers);
+TYPED_TEST_SUITE(PlainNumber, Numbers, );
 
 TYPED_TEST(PlainNumber, IsWrittenUpToTheLastByteOfTheBufferAndNotBeyond) {
     LcmpScalar object("object", 2, true);
