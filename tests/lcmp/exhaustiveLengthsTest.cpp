@@ -1,5 +1,8 @@
 // Every type with every length there is, as the first, the middle and the last element of a frame of every
-// kind. The bytes end at a page that nobody may touch.
+// kind. Where the emulated target runs under sanitizers some of the lengths have to stand for all. The bytes
+// end at a page that nobody may touch.
+#include <algorithm>
+
 #include "judgedCard.h"
 
 namespace {
@@ -34,6 +37,17 @@ const Subject subjects[] = {
 void PrintTo(const Subject& subject, std::ostream* out) { *out << subject.name; }
 std::string nameOf(const testing::TestParamInfo<Subject>& info) { return info.param.name; }
 
+/// How far it is to the next length, up or down.
+unsigned int strideAt(unsigned int length) {
+#ifdef LCMP_SLOWED_A_HUNDREDFOLD
+    const bool isAtALimit = length <= 40 || (length > 1150 && length <= 1250) || length > 65500;
+    return isAtALimit ? 1 : 61;
+#else
+    (void)length;
+    return 1;
+#endif
+}
+
 enum class Door { read, write, response, event };
 
 std::string headerOf(Door door, unsigned int id) {
@@ -67,7 +81,8 @@ protected:
         std::string front = headerOf(door, 0) + (hasElementBefore ? clockIs(0) : "") + head(0);
         const std::string behind = hasElementBehind ? countIs(7) : "";
         m_room.atEnd(behind);
-        for (unsigned int length = 65536; length-- > 0 && !HasFailure();) {
+        for (unsigned int left = 65536; left > 0 && !HasFailure(); left -= std::min(left, strideAt(left))) {
+            const unsigned int length = left - 1;
             putWord(front, 6, length);  // the message id
             putWord(front, front.size() - 2, length);
             if (hasElementBefore)
@@ -86,7 +101,7 @@ protected:
         const std::string behind = hasElementBehind ? countIs(7) : "";
         const Bytes frame = m_room.atEnd(front + head(0) + std::string(8, '\1') + behind);
         char* const declared = m_room.last(frame.size()) + front.size() + 5;
-        for (unsigned int length = 0; length < 65536 && !HasFailure(); ++length) {
+        for (unsigned int length = 0; length < 65536 && !HasFailure(); length += strideAt(length)) {
             declared[0] = static_cast<char>(length >> 8);
             declared[1] = static_cast<char>(length & 0xFF);
             judged.sendGuarded(frame);
