@@ -24,8 +24,15 @@ exit "$STATUS"
 """
 
 BUILDS = ["dev", "clang", "asan", "powerpc"]
-COMMANDS = {"lint": "lint ", "abi": "abi ", "fuzz": "fuzz --replay", "soak": "soak --short"}
-COMMAND_STAGES = ["lint", "abi", "corpus", "soak"]
+# Stage, and how it calls which script.
+COMMANDS = {
+    "powerpc-asan": "batched --under emulator powerpc-asan",
+    "valgrind": "batched --under valgrind dev",
+    "lint": "lint ",
+    "abi": "abi ",
+    "corpus": "fuzz --replay",
+    "soak": "soak --short",
+}
 
 
 def rows(stages, count, outcome):
@@ -41,7 +48,7 @@ class Runs(unittest.TestCase):
         for place in ["scripts", ".ci"]:
             shutil.copytree(ROOT / place, self.tree / place)
         self.has("scripts/setup", 'echo "setup $*" >>"$CALLS"; exit "${SETUP:-0}"')
-        for command in COMMANDS:
+        for command in {called.split()[0] for called in COMMANDS.values()}:
             self.has(f"scripts/{command}",
                      f'echo "{command} $*" >>"$CALLS"; printf "looking\\n$SAID\\n"; exit "$COMMAND"')
         self.has("bin/cmake", CMAKE)
@@ -73,7 +80,7 @@ class Runs(unittest.TestCase):
             status, printed, calls = self.run_script(*command)
             self.assertEqual(status, 0)
             self.assertRegex(printed, "\n" + rows(BUILDS, "12 tests", "passed") +
-                             rows(COMMAND_STAGES, "34 tests", "passed") + "$")
+                             rows(COMMANDS, "34 tests", "passed") + "$")
             self.assertTrue(calls.startswith("setup --all\n"), calls)
             for called in COMMANDS.values():
                 self.assertIn(f"\n{called}\n", calls)
@@ -86,25 +93,25 @@ class Runs(unittest.TestCase):
         status, printed, calls = self.run_script("scripts/test", "--all", "-R", "One")
         self.assertEqual(status, 0)
         self.assertRegex(calls, r"\nctest --preset powerpc .* -R One\n$")
-        for stage in COMMAND_STAGES:
+        for stage in COMMANDS:
             self.assertNotIn(stage, printed)
 
     def test_a_test_that_fails_fails_the_run_and_the_others_run(self):
         status, printed, _ = self.run_script("scripts/test", "--all", STATUS="8")
         self.assertEqual(status, 1)
         self.assertRegex(printed, r"\ndev +12 tests +\d+ s +FAILED\n")
-        self.assertRegex(printed, rows(COMMAND_STAGES, "34 tests", "passed") + "$")
+        self.assertRegex(printed, rows(COMMANDS, "34 tests", "passed") + "$")
 
     def test_a_command_that_fails_fails_the_run(self):
         status, printed, _ = self.run_script("scripts/test", "--all", COMMAND="1")
         self.assertEqual(status, 1)
-        self.assertRegex(printed, rows(COMMAND_STAGES, "34 tests", "FAILED") + "$")
+        self.assertRegex(printed, rows(COMMANDS, "34 tests", "FAILED") + "$")
 
     def test_a_command_that_counted_nothing_has_not_passed(self):
         for said in ["", "all is well", "count: 0 tests", "count: 34 tests\\nand more"]:
             status, printed, _ = self.run_script("scripts/test", "--all", SAID=said)
             self.assertEqual(status, 1, said)
-            self.assertRegex(printed, rows(COMMAND_STAGES, "0( tests)?", "FAILED") + "$")
+            self.assertRegex(printed, rows(COMMANDS, "0( tests)?", "FAILED") + "$")
 
     def test_of_the_tests_those_that_fail_are_shown(self):
         _, printed, _ = self.run_script("scripts/test", STATUS="8")
