@@ -58,6 +58,7 @@ int main(int argc, char** argv) {
     tool::addCardVerb(program, status);
     tool::addGetVerb(program, status);
     tool::addSetVerb(program, status);
+    tool::addWalkVerb(program, status);
     tool::addWatchVerb(program, status);
     tool::addOidVerb(program, status);
     tool::addModelVerb(program, status);

@@ -17,6 +17,7 @@ void addGetVerb(CLI::App& program, ExitStatus& status);
 void addModelVerb(CLI::App& program, ExitStatus& status);
 void addOidVerb(CLI::App& program, ExitStatus& status);
 void addSetVerb(CLI::App& program, ExitStatus& status);
+void addWalkVerb(CLI::App& program, ExitStatus& status);
 void addWatchVerb(CLI::App& program, ExitStatus& status);
 
 }  // namespace tool
