@@ -148,8 +148,10 @@ bool CardWalk::columnEnds(const WalkCell& cell, unsigned int result) {
 
 void CardWalk::breakOff(const std::string& name, const Attempt& attempt) {
     m_over = true;
-    if (!m_watcher.stopped())
-        tell(attempt.status, {name, 0, attempt.problem + "; " + name + " and what follows was not read"});
+    if (m_watcher.stopped())
+        return;
+    m_brokenBy = attempt.status;
+    tell(attempt.status, {name, 0, attempt.problem + "; " + name + " and what follows was not read"});
 }
 
 // ---------------------------------------------------------------- telling

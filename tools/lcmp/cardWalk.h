@@ -1,6 +1,7 @@
 // Reading whole objects of a card, in as few requests as their sizes allow.
 #pragma once
 
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -73,8 +74,8 @@ public:
     /// ends the walk.
     ExitStatus run();
 
-    /// Whether there was no answer, a malformed one, or the wish to stop.
-    bool brokeOff() const { return m_over; }
+    /// What ended the walk too early; none: it came to its end, or was stopped.
+    std::optional<ExitStatus> brokenBy() const { return m_brokenBy; }
 
 private:
     using Batch = std::vector<WalkCell>;
@@ -106,6 +107,7 @@ private:
     std::uint64_t m_dealtWith = 0;                                // cells, those left out included
     bool m_anyRead = false;
     bool m_over = false;
+    std::optional<ExitStatus> m_brokenBy;
     ExitStatus m_failure = ExitStatus::done;  // the first
 };
 

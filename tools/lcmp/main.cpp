@@ -59,6 +59,8 @@ int main(int argc, char** argv) {
     tool::addGetVerb(program, status);
     tool::addSetVerb(program, status);
     tool::addWalkVerb(program, status);
+    tool::addRecordVerb(program, status);
+    tool::addDiffVerb(program, status);
     tool::addWatchVerb(program, status);
     tool::addOidVerb(program, status);
     tool::addModelVerb(program, status);

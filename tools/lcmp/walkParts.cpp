@@ -57,6 +57,14 @@ bool isEmpty(const WalkPart& part) { return part.first > part.last || part.objec
 
 }  // namespace
 
+std::vector<WalkPart> allParts(const LcmpModel& model) {
+    std::vector<WalkPart> parts;
+    for (const LcmpModelObject& object : model.objects)
+        parts.push_back(wholeObject(object, {}));
+    parts.erase(std::remove_if(parts.begin(), parts.end(), isEmpty), parts.end());
+    return parts;
+}
+
 std::vector<WalkPart> resolveParts(const LcmpModel& model, const std::vector<std::string>& names,
                                    const WantedRows& rows) {
     if (rows.from && rows.to && *rows.from > *rows.to)

@@ -28,6 +28,9 @@ struct WantedRows {
     std::optional<unsigned int> to;
 };
 
+/// All that the model has.
+std::vector<WalkPart> allParts(const LcmpModel& model);
+
 /// What "temperature" or "temperature[2]" name, or all of the model where there is no name, without the rows
 /// that are not wanted. A Failure of status `unresolved` tells of a name that means nothing, one of status
 /// `usage` of rows that no table has.

@@ -53,7 +53,7 @@ WalkEnd watchWalk(const LcmpUdpAddress& card, const ClientSettings& settings, co
         Person person(interruption, cellsOf(parts));
         CardWalk walk(exchange, parts, sink, person);
         end.status = walk.run();
-        end.brokeOff = walk.brokeOff();
+        end.brokenBy = walk.brokenBy();
     }
     if (interruption.came()) {
         std::cout.flush();

@@ -1,6 +1,7 @@
 // A walk as a person at a terminal meets it: problems on standard error, a bar when it takes long, Ctrl-C.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "cardWalk.h"
@@ -11,7 +12,7 @@ namespace tool {
 
 struct WalkEnd {
     ExitStatus status = ExitStatus::done;
-    bool brokeOff = false;  ///< No answer, or a malformed one: what follows was not asked for.
+    std::optional<ExitStatus> brokenBy;  ///< No answer, or a malformed one: not everything was asked for.
 };
 
 /// Reads the parts of the card into the sink. Where the person interrupts that, what was read is in the sink,
