@@ -1,6 +1,5 @@
 #include "eventLog.h"
 
-#include <ctime>
 #include <nlohmann/json.hpp>
 #include <vector>
 
@@ -18,12 +17,6 @@ constexpr std::size_t maxCards = 1024;
 constexpr std::size_t maxValuesOfCard = 16384;
 
 constexpr int idRange = 65536;
-
-std::string now() {
-    timespec time{};
-    clock_gettime(CLOCK_REALTIME, &time);
-    return timeText(static_cast<std::uint32_t>(time.tv_sec), static_cast<std::uint32_t>(time.tv_nsec / 1000));
-}
 
 bool isRequest(int action) { return action == LCMP_ACTION_READ || action == LCMP_ACTION_WRITE; }
 
@@ -56,7 +49,7 @@ void EventLog::take(const LcmpUdpAddress& address, const char* frame, int size) 
     card.lastFrame.assign(frame, static_cast<std::size_t>(size));
     LCMPAmi event;
     if (isRequest(header.getAction()))
-        followNumbering(now(), name, card, header.getMessageId());
+        followNumbering(timeTextNow(), name, card, header.getMessageId());
     else if (header.getAction() == LCMP_ACTION_AMI && event.deserialize(frame, size) == RESULT_OK)
         takeEvent(event, name, card, frame, size);
     else if (header.getAction() == LCMP_ACTION_AMI)

@@ -28,7 +28,7 @@ ExitStatus get(const GetOptions& options) {
     for (const std::string& name : options.names)
         variables.push_back(resolveVariable(name, *model));
     return askAndPrint(
-        parseTargets(options.targets), variables, options.format,
+        parseTargets({options.targets}), variables, options.format,
         [&](const LcmpUdpAddress& card) { return Exchange(card, settings, *model).read(variables); });
 }
 

@@ -60,6 +60,7 @@ int main(int argc, char** argv) {
     tool::addGetVerb(program, status);
     tool::addSetVerb(program, status);
     tool::addWatchVerb(program, status);
+    tool::addPingVerb(program, status);
     tool::addOidVerb(program, status);
     tool::addModelVerb(program, status);
     tool::addDecodeVerb(program, status);

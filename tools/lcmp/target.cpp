@@ -71,8 +71,6 @@ LcmpUdpAddress parseTarget(const std::string& text) {
 
 namespace {
 
-constexpr std::size_t maxTargets = 4096;
-
 // Cuts "10-19" at its '-' and returns what stood behind; "" where there is none.
 std::string cutRange(std::string& text) {
     const auto dash = text.rfind('-');
@@ -111,6 +109,20 @@ std::string cutHostRange(std::string& host) {
 
 class Targets {
 public:
+    explicit Targets(std::size_t most) : m_most(most) {}
+
+    void addList(const std::string& text) {
+        std::size_t begin = 0;
+        for (auto comma = text.find(','); comma != std::string::npos; comma = text.find(',', begin)) {
+            addRange(text.substr(begin, comma - begin));
+            begin = comma + 1;
+        }
+        addRange(text.substr(begin));
+    }
+
+    const std::vector<LcmpUdpAddress>& all() const { return m_all; }
+
+private:
     void addRange(const std::string& text) {
         const auto colon = text.find(':');
         std::string host = text.substr(0, colon);
@@ -126,32 +138,26 @@ public:
         }
     }
 
-    const std::vector<LcmpUdpAddress>& all() const { return m_all; }
-
-private:
     void add(const LcmpUdpAddress& address) {
         if (!m_known.insert({address.host, address.port}).second)
             return;
-        if (m_all.size() == maxTargets)
+        if (m_all.size() == m_most)
             throw Failure(ExitStatus::usage,
-                          "target: more than " + std::to_string(maxTargets) + " cards; name fewer at a time");
+                          "target: more than " + std::to_string(m_most) + " cards; name fewer at a time");
         m_all.push_back(address);
     }
 
+    std::size_t m_most;
     std::vector<LcmpUdpAddress> m_all;
     std::set<std::pair<std::uint32_t, std::uint16_t>> m_known;
 };
 
 }  // namespace
 
-std::vector<LcmpUdpAddress> parseTargets(const std::string& text) {
-    Targets targets;
-    std::size_t begin = 0;
-    for (auto comma = text.find(','); comma != std::string::npos; comma = text.find(',', begin)) {
-        targets.addRange(text.substr(begin, comma - begin));
-        begin = comma + 1;
-    }
-    targets.addRange(text.substr(begin));
+std::vector<LcmpUdpAddress> parseTargets(const std::vector<std::string>& texts, std::size_t most) {
+    Targets targets(most);
+    for (const std::string& text : texts)
+        targets.addList(text);
     return targets.all();
 }
 

@@ -11,6 +11,9 @@
 
 namespace tool {
 
+/// How many cards a program may talk to that keeps a process for each of them.
+constexpr std::size_t maxOfTheirOwnProcess = 256;
+
 /// The processes that work for this one; they end with it. One thread.
 class Workers {
 public:
