@@ -139,10 +139,6 @@ Forecast forecast(const Assignment& assignment, const LcmpModel& model) {
     return {reason.empty() ? static_cast<unsigned int>(RESULT_OK) : RESULT_WRONG_VALUE, reason};
 }
 
-bool isSameValue(const Element& left, const Element& right) {
-    return left.type() == right.type() && left.bytes() == right.bytes();
-}
-
 ExitStatus printForecast(const std::vector<Assignment>& assignments, const LcmpModel& model,
                          const std::string& format) {
     Json all = Json::array();

@@ -25,9 +25,6 @@ struct Forecast {
 
 Forecast forecast(const Assignment& assignment, const LcmpModel& model);
 
-/// Whether both have the same type and the same bytes.
-bool isSameValue(const Element& left, const Element& right);
-
 /// Prints to standard output what would be sent of each, and to standard error what the model has against it.
 /// The status that the write would have: `done` or `refused`.
 ExitStatus printForecast(const std::vector<Assignment>& assignments, const LcmpModel& model,
