@@ -52,7 +52,7 @@ Program::Program(const std::vector<std::string>& arguments, const std::vector<st
     const std::array<int, 2> err = makePipe();
     if (!outFile.empty()) {
         close(out[1]);
-        out[1] = open(outFile.c_str(), O_WRONLY | O_CLOEXEC);
+        out[1] = open(outFile.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
     }
     start(arguments, environment, out[1], err[1]);
     close(out[1]);
