@@ -95,6 +95,13 @@ void PlayedCard::misses(const std::string& name) {
     forEach(name, [this](const LcmpModelCell& cell) { m_values.erase(lcmpModelOid(cell)); });
 }
 
+void PlayedCard::endsTable(const std::string& name, unsigned int rows) {
+    forEach(name, [&](const LcmpModelCell& cell) {
+        if (cell.row >= rows)
+            m_values.erase(lcmpModelOid(cell));
+    });
+}
+
 void PlayedCard::cannotRead(const std::string& name) {
     forEach(name, [this](const LcmpModelCell& cell) { m_unreadable.insert(lcmpModelOid(cell)); });
 }

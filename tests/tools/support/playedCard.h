@@ -31,6 +31,9 @@ public:
     /// "voltage", "voltage[2]", "voltage.valid" or "voltage[2].valid" is not there: result 5 and its place.
     void misses(const std::string& name);
 
+    /// The table has no more rows than that.
+    void endsTable(const std::string& name, unsigned int rows);
+
     /// Whoever asks for one of these is answered 12, which does not say for which variable.
     void cannotRead(const std::string& name);
 
