@@ -11,6 +11,7 @@ namespace {
 constexpr int responseHeader = 11;
 constexpr int elementHeader = 7;
 constexpr unsigned int guessedLength = 32;
+constexpr unsigned int macAddressLength = 6;
 constexpr int remembered = 32;  // values of a column
 
 // One response in forty is too long by chance where lengths vary; a wider margin would waste more room than
@@ -24,6 +25,8 @@ unsigned int columnOf(unsigned int oid) {
 }
 
 unsigned int firstGuess(const Variable& variable) {
+    if (variable.type == MAC_ADDRESS)
+        return macAddressLength;
     const unsigned int width = variable.type ? lcmpTlvFixedWidth(*variable.type) : 0;
     if (width != 0 || variable.definition == nullptr)
         return width != 0 ? width : guessedLength;
