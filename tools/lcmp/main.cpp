@@ -19,7 +19,8 @@ ExitStatus report(ExitStatus status, const std::string& text) {
 // A word that is no verb is not what the parser complains of: it misses a verb.
 ExitStatus reportUsage(const CLI::App& program, const std::string& firstWord, const CLI::ParseError& error) {
     std::vector<std::string> verbs;
-    for (const CLI::App* verb : program.get_subcommands([](const CLI::App*) { return true; }))
+    for (const CLI::App* verb :
+         program.get_subcommands([](const CLI::App* verb) { return !verb->get_group().empty(); }))
         verbs.push_back(verb->get_name());
     const bool noVerb = program.get_subcommands().empty() && !firstWord.empty() && firstWord[0] != '-';
     report(ExitStatus::usage, noVerb ? "there is no verb '" + firstWord + "'" +
@@ -67,6 +68,7 @@ int main(int argc, char** argv) {
     tool::addOidVerb(program, status);
     tool::addModelVerb(program, status);
     tool::addDecodeVerb(program, status);
+    tool::addCompleteVerb(program, status);
     program.footer(
         "Exit status: 0 done, 1 local failure, 2 usage, 3 no answer, 4 refused by the card, 5 partly done,\n"
         "6 malformed or unexpected frame, 7 a name or model that cannot be resolved.");

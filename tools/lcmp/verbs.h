@@ -12,6 +12,7 @@ class App;
 namespace tool {
 
 void addCardVerb(CLI::App& program, ExitStatus& status);
+void addCompleteVerb(CLI::App& program, ExitStatus& status);
 void addDecodeVerb(CLI::App& program, ExitStatus& status);
 void addDiffVerb(CLI::App& program, ExitStatus& status);
 void addGetVerb(CLI::App& program, ExitStatus& status);
