@@ -4,7 +4,7 @@
 //     asio_card [ADDRESS]
 //
 // Serves ADDRESS, 127.0.0.1 unless given, at port 17470, and sends its events to port 17471 there. It has one
-// object, a clock of group id 11, whose variable 0 counts seconds and reports each. Ctrl-C ends it with
+// object, a clock of group id 12, whose variable 0 counts seconds and reports each. Ctrl-C ends it with
 // status 0.
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
@@ -97,7 +97,7 @@ private:
 
 int main(int argc, char** argv) {
     const std::string address = argc > 1 ? argv[1] : "127.0.0.1";
-    LcmpScalar clock("clock", 11, false);
+    LcmpScalar clock("clock", 12, false);
     auto* const seconds = new TypeProperty<unsigned int>(0, "seconds", IFC_CARD_VAR_READ_ONLY, 0, true);
     clock.addProp(seconds, 0);  // the object owns it from here on
 

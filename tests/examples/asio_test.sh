@@ -22,12 +22,12 @@ trap 'kill "$watcher" "$card_pid" 2>/dev/null || true' EXIT
 read -r -t "$patience" line <&"$ready" || fail "the card does not get ready"
 [ "$line" = "listening on $own_address:17470" ] || fail "the card printed '$line'"
 
-seconds=$("$lcmp" get -o value "$own_address" 0x05800000:UINT32) || fail "the card was not to be read"
+seconds=$("$lcmp" get -o value "$own_address" 0x06000000:UINT32) || fail "the card was not to be read"
 [[ $seconds =~ ^[0-9]+$ ]] || fail "the clock stands at '$seconds'"
 last=0
 for _ in 1 2 3; do
     read -r -t "$patience" line <&"$events" || fail "too few events came"
-    [[ $line =~ \"oid\":\"0x05800000\".*\"value\":([0-9]+) ]] || fail "the card reported '$line'"
+    [[ $line =~ \"oid\":\"0x06000000\".*\"value\":([0-9]+) ]] || fail "the card reported '$line'"
     [ "${BASH_REMATCH[1]}" -gt "$last" ] || fail "the clock went from $last to ${BASH_REMATCH[1]}"
     last=${BASH_REMATCH[1]}
 done
