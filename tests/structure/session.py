@@ -187,10 +187,13 @@ def differences(document, programs, root=None, home=None):
         return ["the document has no session"]
     with tempfile.TemporaryDirectory() as folder:
         for entry in pathlib.Path(root).resolve().iterdir() if root else []:
-            (pathlib.Path(folder) / entry.name).symlink_to(entry)
+            if entry.name != "build":  # the session's own, if it builds
+                (pathlib.Path(folder) / entry.name).symlink_to(entry)
         for block in blocks_of(document):
             if block.kind == "file":
-                (pathlib.Path(folder) / block.what).write_text(block.text, encoding="utf-8")
+                file = pathlib.Path(folder) / block.what
+                file.parent.mkdir(parents=True, exist_ok=True)
+                file.write_text(block.text, encoding="utf-8")
         shell = Shell(programs, folder, home)
         try:
             return [fault for steps in sessions for fault in of_section(steps, shell)]
