@@ -52,6 +52,7 @@ private:
 /// An IPv4 address as one number, the first octet the most significant.
 class LCMP_API IpAddressProperty : public LcmpProperty {
 public:
+    /// Value and default are `ip`.
     IpAddressProperty(unsigned int id, const char* name, IfcCardVarAccessType access, unsigned int ip,
                       bool eventable);
 
@@ -88,6 +89,7 @@ private:
 /// A time: signed 64-bit seconds since 1970-01-01 UTC.
 class LCMP_API UnixTimeProperty : public LcmpProperty {
 public:
+    /// Value and default are `time`.
     UnixTimeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, long long time,
                      bool eventable);
 

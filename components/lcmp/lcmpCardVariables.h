@@ -26,9 +26,10 @@ struct CardVariableDef {
 
 /// A read-only view of consecutive variables; they live as long as the library is loaded.
 struct CardVariableView {
-    const CardVariableDef* first;
-    std::size_t count;
+    const CardVariableDef* first;  ///< The variables, one behind the other.
+    std::size_t count;             ///< How many.
 
+    // As of a container.
     const CardVariableDef* begin() const { return first; }
     const CardVariableDef* end() const { return first + count; }
     std::size_t size() const { return count; }
@@ -40,14 +41,15 @@ struct CardVariableGroup {
     unsigned int number;              ///< 1 to 11; also the group id or table id of the object.
     ifcCard::IfcCardObjectType kind;  ///< Groups 5, 6, 9 and 10 are tables: one entry, many rows.
     bool common;                      ///< Whether the object's OIDs carry the common flag.
-    CardVariableView variables;
+    CardVariableView variables;       ///< In order of their ids.
 };
 
 /// A read-only view of the groups, in order of their numbers.
 struct CardVariableGroupView {
-    const CardVariableGroup* first;
-    std::size_t count;
+    const CardVariableGroup* first;  ///< The groups, one behind the other.
+    std::size_t count;               ///< How many.
 
+    // As of a container.
     const CardVariableGroup* begin() const { return first; }
     const CardVariableGroup* end() const { return first + count; }
     std::size_t size() const { return count; }

@@ -4,6 +4,7 @@
 
 #include "lcmpExport.h"
 
+/// Slots for the values last reported.
 class LCMP_API EventValueTable {
 public:
     /// `size` slots, all 0; none for a negative size. `common` and `tableNbr` are kept for the application.
@@ -22,6 +23,7 @@ public:
     /// The slot's value; 0 when there is no such slot.
     unsigned long long getValue(int index) const;
 
+    // What the table was made with; the size is 0 where a negative one was asked for.
     int getSize() const { return m_size; }
     bool getCommon() const { return m_common; }
     unsigned int getTableNbr() const { return m_tableNbr; }

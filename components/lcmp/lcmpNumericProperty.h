@@ -31,8 +31,8 @@ public:
         virtual bool checkValue(T value) = 0;
     };
 
-    /// Value and default are `def`, which is not checked. The property owns `check` and deletes it; null
-    /// accepts every value.
+    // Value and default are `def`, which is not checked. The property owns `check` and deletes it; null
+    // accepts every value. Unless told otherwise changes are not reported.
     TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def, TypeValueCheck* check,
                  bool eventable);
     TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,
@@ -58,6 +58,7 @@ public:
     using LcmpProperty::get;
     using LcmpProperty::set;
 
+    /// Stores the value in *out.
     void get(T* out) override;
 
     /// Stores the value and marks the change if it is one. The check is not asked: it guards against peers.
@@ -92,6 +93,7 @@ class LCMP_API RangeCheckValue : public TypeProperty<T>::TypeValueCheck {
     static_assert(!std::is_same_v<T, bool>, "a boolean has no range");
 
 public:
+    /// From `min` to `max`.
     RangeCheckValue(T min, T max);
 
     /// Logs what is checked against what at DEBUG1; 8-bit values appear in that line as characters.

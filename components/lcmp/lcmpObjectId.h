@@ -20,9 +20,9 @@ public:
     /// 2, variable id = 7", or "invalid object".
     std::string str() const;
 
-    bool m_common = false;
-    bool m_is_table = false;  ///< At most one of the two is true; neither means invalid.
-    bool m_is_scalar = false;
+    bool m_common = false;               ///< The common flag.
+    bool m_is_table = false;             ///< At most one of the two is true; neither means invalid.
+    bool m_is_scalar = false;            ///< See m_is_table.
     unsigned int m_id = 0xFFFFFFFF;      ///< Table id or group id.
     unsigned int m_sub_id = 0xFFFFFFFF;  ///< Column or variable id.
     unsigned int m_row = 0;              ///< Row of a table's cell.

@@ -88,6 +88,7 @@ public:
     /// Whether getPropFromOID finds a property.
     bool isValidObjectId(unsigned int oid);
 
+    // What the object was made with.
     const std::string& getName() const { return m_name; }
     unsigned int getId() const { return m_id; }
     ifcCard::IfcCardObjectType getObjectType() const { return m_type; }
@@ -117,6 +118,7 @@ private:
 /// Rows of variables; a property's id is its column.
 class LCMP_API LcmpTable : public LcmpObject {
 public:
+    /// As LcmpObject, of kind table.
     LcmpTable(std::string name, unsigned int id, bool common, unsigned int rows);
 
     std::string getObjectTypeStr() const override;

@@ -17,6 +17,7 @@ class OldStyleProperty;
 /// Who may write a variable. Only read-only is special; every other value is writable.
 enum IfcCardVarAccessType : std::uint32_t { IFC_CARD_VAR_WRITABLE = 0, IFC_CARD_VAR_READ_ONLY = 1 };
 
+/// One variable. Derived classes hold its value; everything else is told of here.
 class LCMP_API LcmpProperty {
 public:
     /// `id`: the variable's id inside its object (column or variable id), or the full OID of a property that
@@ -30,6 +31,8 @@ public:
 
     /// Puts the default value back; does not count as a change to report. Base: does nothing.
     virtual void setToDefault();
+
+    /// Whether the value is the default.
     virtual bool isDefault() = 0;
 
     /// Writes the property as one TLV element and returns the number of bytes, 7 + length(); what `size`
@@ -67,6 +70,8 @@ public:
     virtual void get(std::string* out);
     virtual void get(unsigned char* data, unsigned int* length);
 
+    // Typed access: stores a value, and marks the change if it is one and the property reports changes; kinds
+    // that mark otherwise say so. A value of another kind's type is refused as above.
     virtual void set(unsigned long long value);
     virtual void set(unsigned int value);
     virtual void set(unsigned short value);
@@ -102,12 +107,15 @@ public:
     /// fixed-width value or a MAC address has, 0 for other kinds.
     unsigned int readWidth();
 
+    // What the property was made with, unchanged since.
     const std::string& getName() const { return m_name; }
     IfcCardVarAccessType getAccess() const { return m_access; }
     unsigned int getId() const { return m_id; }
 
     /// The row in the owner; 0 until addProp of an object has set it.
     unsigned int getRow() const { return m_row; }
+
+    /// Whether changes are to be reported.
     bool isEventable() const { return m_eventable; }
 
     /// The object that holds the property, or null.
@@ -134,6 +142,7 @@ protected:
     std::uint64_t word() const { return m_word; }
     void setWord(std::uint64_t word) { m_word = word; }
 
+    /// Whether an object has noted how the word travels.
     bool travelsAsWord() const { return m_wordSize != 0; }
 
     /// Whether serializeWord can do what serialize is asked to do. It wants room for the widest word there

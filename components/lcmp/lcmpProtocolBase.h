@@ -26,6 +26,7 @@ struct Found;
 class ObjectIndex;
 }  // namespace lcmpdetail
 
+/// A side of the protocol: derive from it, implement sendMessage, register objects.
 class LCMP_API LcmpProtocolBase {
 public:
     static constexpr int maxReadResponse =
@@ -35,8 +36,8 @@ public:
     static constexpr int maxPeers = 5;          // peers whose message ids are followed, in the whole process
     static constexpr int maxEventTables = 20;   // slots of eventTables
 
-    /// Calls initEvents; what a subclass overrides is not reached from here. The first one answers broken
-    /// frames (sendErrorReplies).
+    // Calls initEvents; what a subclass overrides is not reached from here. The first one answers broken
+    // frames (sendErrorReplies).
     LcmpProtocolBase();
     explicit LcmpProtocolBase(bool errorReplies);
 

@@ -39,15 +39,15 @@ enum LcmpAction : std::uint8_t {
 class LCMP_API LCMPMessage {
 public:
     static constexpr std::uint32_t magicNumber = 0x4F544E31;  // "OTN1"
-    static constexpr std::uint8_t protocolVersion = 1;
+    static constexpr std::uint8_t protocolVersion = 1;        // of every frame
 
     /// A message of kind 0 with the 8-byte header of requests, magic and version set, action and id 0.
     /// `peer` is the dotted IPv4 address of the other side, empty when unknown.
     explicit LCMPMessage(const std::string& peer = std::string());
     virtual ~LCMPMessage() = default;
 
-    /// Writes or reads the header extension of the kind; the buffer holds the whole header. Serialising
-    /// returns non-zero, deserialising a result code.
+    // Writes or reads the header extension of the kind; the buffer holds the whole header. Serialising
+    // returns non-zero, deserialising a result code.
     virtual int serializeSpecific(char* buf, int size) const;
     virtual int deserializeSpecific(const char* buf, int len);
 
@@ -65,6 +65,7 @@ public:
     /// must outlive every later checkTlvs and deserializeTlvs. The property list is not touched.
     int deserialize(const char* buf, int len);
 
+    // Whether the field of the header is as it has to be.
     bool checkMagicNbr() const;
     bool checkProtVersion() const;
     bool checkAction() const;
@@ -90,12 +91,14 @@ public:
     /// Appends to the list. Always true; null adds nothing.
     bool addProperty(LcmpProperty* property);
 
+    // The list of the properties whose elements the message carries.
     const std::vector<LcmpProperty*>& getProperties() const { return m_properties; }
     void clearProperties() { m_properties.clear(); }
 
     /// Takes every occurrence of the property out of the list.
     void removeProperty(const LcmpProperty* property);
 
+    // Fields of the header, and the dotted address of the other side.
     std::uint8_t getAction() const { return m_action; }
     void setAction(std::uint8_t action) { m_action = action; }
     std::uint16_t getMessageId() const { return m_messageId; }
@@ -106,6 +109,7 @@ public:
     int getHeaderSize() const { return m_headerSize; }
 
 protected:
+    /// For the kinds: `headerSize` bytes stand before the first element.
     LCMPMessage(std::int32_t kind, std::int32_t headerSize, const std::string& peer);
 
 private:
@@ -136,6 +140,7 @@ private:
 /// A read or write request. Its sender sets the action.
 class LCMP_API LCMPRequest : public LCMPMessage {
 public:
+    /// Action and message id 0.
     explicit LCMPRequest(const std::string& peer = std::string());
     ~LCMPRequest() override;
 };
@@ -149,12 +154,16 @@ public:
     int serializeSpecific(char* buf, int size) const override;
     int deserializeSpecific(const char* buf, int len) override;
 
-    /// A LcmpResult, or 16 or 17, or an application's own. One byte of it travels.
+    /// A LcmpResult, or 16 or 17, or an application's own.
     unsigned int getResult() const { return m_result; }
+
+    /// One byte of it travels.
     void setResult(unsigned int result) { m_result = result; }
 
     /// Position of the element at fault, counted from 0.
     std::uint16_t getErrorIndex() const { return m_errorIndex; }
+
+    /// Position of the element at fault, counted from 0.
     void setErrorIndex(std::uint16_t index) { m_errorIndex = index; }
 
 private:
@@ -173,7 +182,11 @@ public:
 
     /// Low 32 bits of the seconds since 1970-01-01 UTC.
     std::uint32_t getSeconds() const { return m_seconds; }
+
+    /// Microseconds of that second.
     std::uint32_t getMicroseconds() const { return m_microseconds; }
+
+    /// Sets both.
     void setTimestamp(std::uint32_t seconds, std::uint32_t microseconds);
 
 private:

@@ -15,19 +15,20 @@
 
 /// Both ends belong to the range.
 struct LcmpModelRange {
-    LcmpModelValue low;
-    LcmpModelValue high;
+    LcmpModelValue low;   ///< The smallest value.
+    LcmpModelValue high;  ///< The largest value.
 };
 
 /// The word for one number of an enumeration.
 struct LcmpModelWord {
-    LcmpModelValue number;
-    std::string word;
+    LcmpModelValue number;  ///< A value of the variable's type.
+    std::string word;       ///< What it is called.
 };
 
 /// How a variable of a simulated card moves. Numbers are those of the variable; where a table's rows
 /// differ, `low`, `high` and `step` hold one number a row, and otherwise one for all.
 struct LcmpModelSimulation {
+    /// The kinds of movement.
     enum class Shape {
         sine,    ///< Between low and high, once up and down in `period`.
         ramp,    ///< From low to high in `period`, then from low again.
@@ -36,23 +37,23 @@ struct LcmpModelSimulation {
         counter  ///< Grows by `rate` a second, from whatever it holds, and starts again beyond its type.
     };
 
-    Shape shape = Shape::sine;
-    std::vector<double> low;
-    std::vector<double> high;
-    std::vector<double> step = {1};
-    double rate = 1;
-    std::chrono::milliseconds period{60000};
-    std::vector<LcmpModelValue> values;
-    unsigned int seed = 0;  ///< Makes this variable's chance differ from others'.
+    Shape shape = Shape::sine;                ///< Which of the others count.
+    std::vector<double> low;                  ///< Of sine, ramp and walk.
+    std::vector<double> high;                 ///< Of sine, ramp and walk; not below `low`.
+    std::vector<double> step = {1};           ///< Of walk; not below 0.
+    double rate = 1;                          ///< Of counter: in a second.
+    std::chrono::milliseconds period{60000};  ///< Of sine, ramp and steps; not 0.
+    std::vector<LcmpModelValue> values;       ///< Of steps; not empty.
+    unsigned int seed = 0;                    ///< Makes this variable's chance differ from others'.
 };
 
 /// One variable: of a scalar, or a column of a table.
 struct LcmpModelVariable {
-    unsigned int id = 0;  ///< Variable id, or column.
-    std::string name;     ///< "bpClkRef": letters, digits and _, the first no digit.
-    LcmpTlvType type = UINT32;
-    IfcCardVarAccessType access = IFC_CARD_VAR_READ_ONLY;
-    LcmpModelValue defaultValue;
+    unsigned int id = 0;        ///< Variable id, or column.
+    std::string name;           ///< "bpClkRef": letters, digits and _, the first no digit.
+    LcmpTlvType type = UINT32;  ///< Of all its values.
+    IfcCardVarAccessType access = IFC_CARD_VAR_READ_ONLY;  ///< Whether peers may write.
+    LcmpModelValue defaultValue;                           ///< Held at first, unless `values` says otherwise.
 
     // What peers may write, beyond what the type holds.
     std::optional<LcmpModelValue> min;
@@ -62,11 +63,11 @@ struct LcmpModelVariable {
     std::optional<unsigned int> exactLength;  ///< Bytes.
     std::string pattern;  ///< POSIX extended regular expression for the whole text; empty: any.
 
-    bool eventable = false;
-    std::string unit;
-    std::string description;
-    std::vector<LcmpModelWord> words;
-    std::optional<LcmpModelSimulation> simulation;
+    bool eventable = false;                         ///< Whether changes are reported.
+    std::string unit;                               ///< Shown behind values; empty: none.
+    std::string description;                        ///< For people.
+    std::vector<LcmpModelWord> words;               ///< Of an enumeration's numbers.
+    std::optional<LcmpModelSimulation> simulation;  ///< How a simulated card moves it.
 
     /// What it holds at first where that is not the default, by row (0 of a scalar).
     std::map<unsigned int, LcmpModelValue> values;
@@ -74,28 +75,30 @@ struct LcmpModelVariable {
 
 /// One object and its variables, in the order of the file.
 struct LcmpModelObject {
-    std::string name;
-    ifcCard::IfcCardObjectType kind = ifcCard::IFC_CARD_OBJECT_SCALAR;
-    unsigned int id = 0;  ///< Group id, or table id.
-    bool common = false;
-    unsigned int rows = 1;  ///< 1 for a scalar.
-    std::string description;
-    std::vector<LcmpModelVariable> variables;
+    std::string name;                                                   ///< As of a variable.
+    ifcCard::IfcCardObjectType kind = ifcCard::IFC_CARD_OBJECT_SCALAR;  ///< Scalar or table.
+    unsigned int id = 0;                                                ///< Group id, or table id.
+    bool common = false;                       ///< Whether its OIDs carry the common flag.
+    unsigned int rows = 1;                     ///< 1 for a scalar.
+    std::string description;                   ///< For people.
+    std::vector<LcmpModelVariable> variables;  ///< In the order of the file.
 
+    /// Whether it is a table, and not a scalar.
     bool isTable() const { return kind == ifcCard::IFC_CARD_OBJECT_TABLE; }
 };
 
 /// One variable in one row of a model. The pointers live as long as the model; null: nothing.
 struct LcmpModelCell {
-    const LcmpModelObject* object = nullptr;
-    const LcmpModelVariable* variable = nullptr;
+    const LcmpModelObject* object = nullptr;      ///< Whose variable it is.
+    const LcmpModelVariable* variable = nullptr;  ///< One of the object's.
     unsigned int row = 0;  ///< May lie beyond the model's rows: a real card may have more.
 };
 
+/// A whole model.
 struct LcmpModel {
-    std::string card;  ///< The model's name.
-    std::string description;
-    std::vector<LcmpModelObject> objects;
+    std::string card;                      ///< The model's name.
+    std::string description;               ///< For people.
+    std::vector<LcmpModelObject> objects;  ///< In the order of the file.
 };
 
 // ---------------------------------------------------------------- names and OIDs
@@ -139,10 +142,10 @@ LCMP_API bool lcmpModelAccepts(const LcmpModelVariable& variable, const LcmpMode
 
 /// One thing that is wrong with a model.
 struct LcmpModelError {
-    std::string file;
-    unsigned int line = 0;  ///< From 1; 0: the file as a whole.
-    unsigned int column = 0;
-    std::string message;
+    std::string file;         ///< What the loading call was told.
+    unsigned int line = 0;    ///< From 1; 0: the file as a whole.
+    unsigned int column = 0;  ///< From 1; 0: the file as a whole.
+    std::string message;      ///< What is wrong, and the nearest that would be right.
 };
 
 /// "FILE:LINE:COLUMN: message".

@@ -8,8 +8,8 @@
 
 /// What goes into the two files.
 struct LcmpModelCode {
-    std::string header;
-    std::string source;
+    std::string header;  ///< NAME.h.
+    std::string source;  ///< NAME.cpp, which includes it.
 };
 
 /// Whether the text can be the name of a namespace and of files: letters, digits and _, the first no digit,

@@ -10,6 +10,7 @@
 #include "lcmpModel.h"
 #include "lcmpProtocolBase.h"
 
+/// The objects of a model, and what becomes of them.
 class LCMP_API LcmpModelObjects {
 public:
     /// Runs after a peer has written a variable, inside handleLcmpMsg. False answers the write with
@@ -26,6 +27,7 @@ public:
     LcmpModelObjects(const LcmpModelObjects&) = delete;
     LcmpModelObjects& operator=(const LcmpModelObjects&) = delete;
 
+    /// The model they were made of.
     const LcmpModel& model() const { return m_model; }
 
     /// In the order of the model. They belong to this.
@@ -34,7 +36,7 @@ public:
     /// Lets the endpoint serve them all.
     void registerWith(LcmpProtocolBase& endpoint) const;
 
-    /// The property of a cell, or of its name; null where there is none.
+    // The property of a cell, or of its name; null where there is none.
     LcmpProperty* find(const LcmpModelCell& cell) const;
     LcmpProperty* find(const std::string& name) const;
 

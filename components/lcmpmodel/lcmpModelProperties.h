@@ -21,8 +21,10 @@
 template <typename T>
 class LcmpModelNumberCheck : public TypeProperty<T>::TypeValueCheck {
 public:
+    /// First and last number of each range.
     using Ranges = std::vector<std::pair<T, T>>;
 
+    /// The ranges, which are not null.
     explicit LcmpModelNumberCheck(std::shared_ptr<const Ranges> ranges) : m_ranges(std::move(ranges)) {}
 
     bool checkValue(T value) override {
@@ -38,6 +40,7 @@ private:
 /// A POSIX extended regular expression that a whole text has to match. A text with a NUL never does.
 class LcmpModelPattern {
 public:
+    /// Compiles the expression; see isValid.
     explicit LcmpModelPattern(const std::string& pattern)
         : m_compiled(regcomp(&m_regex, ("^(" + pattern + ")$").c_str(), REG_EXTENDED | REG_NOSUB) == 0) {}
     ~LcmpModelPattern() {
@@ -50,6 +53,7 @@ public:
     /// False: it is no regular expression, and nothing matches.
     bool isValid() const { return m_compiled; }
 
+    /// Whether the whole text matches.
     bool matches(const std::string& text) const {
         return m_compiled && text.find('\0') == std::string::npos &&
                regexec(&m_regex, text.c_str(), 0, nullptr, 0) == 0;
@@ -63,8 +67,10 @@ private:
 /// Accepts texts of some lengths, in bytes, that match a pattern, if there is one.
 class LcmpModelTextCheck : public StringProperty::StringValueCheck {
 public:
+    /// As the longest: no bound.
     static constexpr std::size_t anyLength = std::numeric_limits<std::size_t>::max();
 
+    /// Both lengths are allowed themselves; a null pattern allows every text of them.
     LcmpModelTextCheck(std::size_t shortest, std::size_t longest,
                        std::shared_ptr<const LcmpModelPattern> pattern = nullptr)
         : m_shortest(shortest), m_longest(longest), m_pattern(std::move(pattern)) {}

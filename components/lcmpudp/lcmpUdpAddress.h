@@ -10,9 +10,10 @@
 
 /// Where a datagram comes from or goes to. Both parts in host order, the first octet the most significant.
 struct LcmpUdpAddress {
-    std::uint32_t host = 0;
-    std::uint16_t port = 0;
+    std::uint32_t host = 0;  ///< 192.0.2.1 is 0xC0000201.
+    std::uint16_t port = 0;  ///< 0: none.
 
+    // Whether host and port are the same.
     bool operator==(const LcmpUdpAddress& other) const { return host == other.host && port == other.port; }
     bool operator!=(const LcmpUdpAddress& other) const { return !(*this == other); }
 };
@@ -33,6 +34,7 @@ public:
     /// block. False, with the list as it was: not a block, a mask above 32, or address bits below the mask.
     bool add(const std::string& cidr);
 
+    /// Whether a block has the address.
     bool contains(std::uint32_t host) const;
 
 private:

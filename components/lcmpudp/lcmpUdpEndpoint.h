@@ -42,15 +42,17 @@ class Inbox;
 class Outbox;
 }  // namespace lcmpudpdetail
 
+/// An endpoint on a UDP socket, closed until open.
 class LCMP_API LcmpUdpEndpoint : public LcmpProtocolBase {
 public:
-    using Clock = std::chrono::steady_clock;
-    using Milliseconds = std::chrono::milliseconds;
+    using Clock = std::chrono::steady_clock;         ///< Of all waits and deadlines.
+    using Milliseconds = std::chrono::milliseconds;  ///< Unit of all durations here.
 
-    static constexpr std::uint16_t defaultPort = 17470;
-    static constexpr std::size_t maxKept = 64;    // datagrams kept while a reply is awaited
+    static constexpr std::uint16_t defaultPort = 17470;  // where cards listen unless told otherwise
+    static constexpr std::size_t maxKept = 64;           // datagrams kept while a reply is awaited
     static constexpr int maxFramesPerTurn = 256;  // datagrams taken by one onReadable: timers get their turn
 
+    // Closed. The first one answers broken frames; see LcmpProtocolBase.
     LcmpUdpEndpoint();
     explicit LcmpUdpEndpoint(bool errorReplies);
 
@@ -71,6 +73,7 @@ public:
     /// What the last call that failed ran into, in words: "bind 127.0.0.1:80: Permission denied".
     const std::string& getLastError() const { return m_lastError; }
 
+    /// What has happened since the endpoint was made.
     const LcmpUdpCounters& getCounters() const { return m_counters; }
 
     /// Who may send to this endpoint; see LcmpUdpAllowList::add. Looked at before a byte is decoded: nobody
@@ -80,11 +83,11 @@ public:
     /// Where requests go. False: not a dotted address, or port 0.
     bool setTarget(const std::string& address, std::uint16_t port);
 
-    /// How long the first try of a request waits for its reply (default 500 ms), and how often a request is
-    /// sent at most (default 4). Each further try waits twice as long as the one before. A wait that another
-    /// try will follow is longer or shorter by up to a quarter, by chance, so that many controllers do not
-    /// repeat in step. A time-out below 1 ms or less than one try counts as 1. Here and below, a duration
-    /// beyond a year counts as a year.
+    // How long the first try of a request waits for its reply (default 500 ms), and how often a request is
+    // sent at most (default 4). Each further try waits twice as long as the one before. A wait that another
+    // try will follow is longer or shorter by up to a quarter, by chance, so that many controllers do not
+    // repeat in step. A time-out below 1 ms or less than one try counts as 1. Here and below, a duration
+    // beyond a year counts as a year.
     void setTimeout(Milliseconds firstTry);
     void setTries(int tries);
 

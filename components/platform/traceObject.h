@@ -15,6 +15,7 @@ public:
     /// Starts at level 0: nothing is logged.
     TraceObject() = default;
 
+    // The level, 0 to 9; others count as the nearest.
     int getLevel() const { return m_level; }
     void setLevel(int level) { m_level = level; }
 

@@ -9,18 +9,23 @@ A comment before a fenced block or a table says where its text comes from:
   <!-- bytes of: FILE -->           the hexadecimal bytes of the block, up to a '#', are those of the file
   <!-- values of: FILE ENUM -->     first column the value, second the name, of the enumeration's enumerators
   <!-- files of: FOLDER -->         the block names every header and source of the folder, and no others
+  <!-- compiles: statements -->     fragments.py compiles the block; "declarations" outside of a function
+  <!-- file: NAME -->               session.py has the block as a file of this name
+In the guides, docs/, every block of C++, CMake and YAML has a mark, and the first page leads to all others.
 Relative links lead to files that exist, and to headings that exist.
 """
 import pathlib
 import re
 import sys
 
-MARK = re.compile(r"<!-- (same as|part of|bytes of|values of|files of): (\S+)(?: (\w+))? -->\n+")
-FENCED = re.compile(r"```\w*\n(.*?)^```$", re.DOTALL | re.MULTILINE)
+from pages import FENCED, MARK, anchors_of, blocks_of, without_blocks
+
+QUOTES = {"same as", "part of", "bytes of", "values of", "files of"}
+OTHERS = {"compiles", "file"}
+WAYS_TO_COMPILE = {"statements", "declarations"}
 TABLE = re.compile(r"(?:^\|.*\|\n)+", re.MULTILINE)
 FILE = re.compile(r"\b\w+\.(?:h|cpp)\b")
-LINK = re.compile(r"(?<!!)\[[^\]]*\]\(([^)\s]+)\)")
-HEADING = re.compile(r"^#+ (.*)$", re.MULTILINE)
+LINK = re.compile(r"\[[^\]]*\]\(([^)\s]+)\)|^\[[^\]]+\]: (\S+)", re.MULTILINE)
 ENUMERATOR = re.compile(r"^\s*(\w+) = (\d+)\b", re.MULTILINE)
 
 
@@ -58,7 +63,14 @@ def faults_of_quotes(root, text):
         kind, path, detail = mark.groups()
         block = (TABLE if kind == "values of" else FENCED).match(text, mark.end())
         source = root / path
-        if not source.exists():
+        if kind in OTHERS:
+            if not block:
+                yield f"has no block behind '{kind}: {path}'"
+            elif kind == "compiles" and path not in WAYS_TO_COMPILE:
+                yield f"has a block to compile as '{path}'"
+        elif kind not in QUOTES:
+            yield f"has a mark that means nothing, '{kind}'"
+        elif not source.exists():
             yield f"quotes {path}, which does not exist"
         elif not block:
             yield f"has no block to hold against {path}"
@@ -66,13 +78,19 @@ def faults_of_quotes(root, text):
             yield f"does not agree with {path} ({kind}{' ' + detail if detail else ''})"
 
 
-def anchors_of(text):
-    """The names by which the headings of a text can be linked to."""
-    return {re.sub(r"[^\w -]", "", title.lower()).replace(" ", "-") for title in HEADING.findall(text)}
+def faults_of_blocks(text):
+    """Of a guide: whoever reads it copies what it shows."""
+    for block in blocks_of(text):
+        if block.language in {"cpp", "cmake", "yaml"} and block.kind is None:
+            yield f"has a block of {block.language} that nothing is held against: {block.text.splitlines()[0]}"
+
+
+def links_of(text):
+    return [inline or reference for inline, reference in LINK.findall(without_blocks(text))]
 
 
 def faults_of_links(document, text):
-    for link in LINK.findall(text):
+    for link in links_of(text):
         if re.match(r"\w+:", link):
             continue
         path, _, anchor = link.partition("#")
@@ -83,14 +101,30 @@ def faults_of_links(document, text):
             yield f"links to {link}, and there is no such heading"
 
 
+def faults_of_map(guides):
+    """The first page of the guides names every other one."""
+    first = guides / "overview.md"
+    if not first.exists():
+        return
+    linked = {(guides / link.partition("#")[0]).resolve() for link in links_of(first.read_text(encoding="utf-8"))}
+    for page in sorted(guides.glob("*.md")):
+        if page != first and page.resolve() not in linked:
+            yield f"does not lead to {page.name}"
+
+
 def faults_of(root):
-    documents = [path for place in [root, root / "docs", root / "components", root / "tools", root / "examples"]
-                 for path in (place.glob("*.md") if place == root else place.rglob("*.md"))]
+    documents = [*root.glob("*.md")]
+    for place in ["docs", "components", "tools", "examples", "bench", "models"]:
+        documents += (root / place).rglob("*.md")
+    documents += (root / "fuzz").glob("*.md")
     faults = []
     for document in sorted(documents):
         text = document.read_text(encoding="utf-8")
-        for fault in [*faults_of_quotes(root, text), *faults_of_links(document, text)]:
-            faults.append(f"{document.relative_to(root)}: {fault}")
+        found = [*faults_of_quotes(root, text), *faults_of_links(document, text)]
+        if document.parent == root / "docs":
+            found += faults_of_blocks(text)
+        faults += [f"{document.relative_to(root)}: {fault}" for fault in found]
+    faults += [f"docs/overview.md: {fault}" for fault in faults_of_map(root / "docs")]
     return faults, len(documents)
 
 

@@ -45,7 +45,25 @@ one.h  two.cpp
 ```
 
 See [the program](program.cpp), [above](#title-of-it), [there](docs/more.md#2-rows-and-columns) and
-[outside](https://example.org/none).
+[outside](https://example.org/none), or [below].
+
+[below]: docs/more.md#files-1
+"""
+GUIDE = """# Overview
+
+[More](more.md)
+
+<!-- compiles: statements -->
+
+```cpp
+int number = 1;
+```
+
+<!-- file: lamp.yaml -->
+
+```yaml
+# Not a heading
+```
 """
 
 
@@ -55,7 +73,8 @@ class Documents(unittest.TestCase):
             root = pathlib.Path(folder).resolve()
             files = {"README.md": readme, "program.cpp": PROGRAM, "whole.cpp": WHOLE, "read.frame": FRAME,
                      "level.h": HEADER, "src/one.h": "", "src/two.cpp": "",
-                     "docs/more.md": "## 2. Rows, and `columns`\n", **(others or {})}
+                     "docs/overview.md": GUIDE,
+                     "docs/more.md": "## 2. Rows, and `columns`\n## Files\n## Files\n", **(others or {})}
             for name, text in files.items():
                 (root / name).parent.mkdir(exist_ok=True)
                 (root / name).write_text(text, encoding="utf-8")
@@ -93,6 +112,29 @@ class Documents(unittest.TestCase):
     def test_a_link_that_leads_nowhere_is_found(self):
         self.expect("links to gone.cpp, which does not exist", README.replace("(program.cpp)", "(gone.cpp)"))
         self.expect("links to #top, and there is no such heading", README.replace("(#title-of-it)", "(#top)"))
+        self.expect("links to docs/more.md#files-2, and there is no such heading", README.replace("files-1", "files-2"))
+        self.expect("links to gone.md#files-1, which does not exist", README.replace("]: docs/more.md", "]: gone.md"))
+
+    def test_a_comment_of_a_block_is_no_heading(self):
+        guide = GUIDE.replace("(more.md)", "(more.md), [here](#not-a-heading)")
+        self.assertEqual(self.faults(others={"docs/overview.md": guide}),
+                         ["docs/overview.md: links to #not-a-heading, and there is no such heading"])
+
+    def test_a_mark_without_meaning_or_block_is_found(self):
+        for fault, guide in [("has a mark that means nothing, 'compiled'", GUIDE.replace("compiles:", "compiled:")),
+                             ("has a block to compile as 'lines'", GUIDE.replace(": statements", ": lines")),
+                             ("has no block behind 'file: lamp.yaml'", GUIDE.replace("```yaml\n# Not", "Not"))]:
+            with self.subTest(fault):
+                self.assertIn(f"docs/overview.md: {fault}", self.faults(others={"docs/overview.md": guide}))
+
+    def test_a_block_of_a_guide_that_nothing_is_held_against_is_found(self):
+        guide = GUIDE.replace("<!-- compiles: statements -->\n\n", "")
+        fault = "has a block of cpp that nothing is held against: int number = 1;"
+        self.assertEqual(self.faults(others={"docs/overview.md": guide}), [f"docs/overview.md: {fault}"])
+        self.assertEqual(self.faults(README + "\n```cpp\nint i;\n```\n"), [])
+
+    def test_a_guide_to_which_nothing_leads_is_found(self):
+        self.assertEqual(self.faults(others={"docs/lost.md": "# Lost\n"}), ["docs/overview.md: does not lead to lost.md"])
 
 
 if __name__ == "__main__":

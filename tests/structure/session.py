@@ -1,13 +1,21 @@
 #!/usr/bin/env python3
-"""Types the session of a document and compares what is printed with what the document says is printed.
+"""Types the sessions of documents and compares what is printed with what they say is printed.
 
-usage: session.py DOCUMENT LCMP
+usage: session.py [--root FOLDER] [--home FOLDER] DOCUMENT PROGRAM...
 
-Runs the ```console blocks of the section "A first session". Lines that begin with "$ " are typed; the others are
-expected, on standard output and standard error together. `lcmp watch` and `lcmp card` run beside the rest, on
-ports that are free here: the watcher first, so that it misses nothing, and until it has printed as many lines as
-the document has. "| grep WORD" behind the watcher is done here. Times alone may differ.
+Every section ("## ...") with ```console or ```sh blocks is a session. Of a ```console block the lines that begin with
+"$ " are typed; the others are expected, on standard output and standard error together. "..." alone on a line stands
+for any lines. A ```sh block is typed as a whole, and has to end with status 0, whatever it prints. All of a document
+is typed to one shell, in an empty folder: the marked files of the document (<!-- file: NAME -->) and links to what
+is in --root are there.
+
+A command whose first expected line tells where it listens runs beside the rest of its section: `lcmp watch` from the
+section's first such block on, so that it misses nothing, the others from where they stand. They are asked to end, as by
+Ctrl-C, when the section is over and they have printed as many lines as the document has. "| grep WORD" behind them is
+done here. Times alone may differ. For 127.0.0.1 an address of the loopback network is typed that is this
+process's own.
 """
+import argparse
 import os
 import pathlib
 import re
@@ -15,102 +23,182 @@ import shlex
 import signal
 import subprocess
 import sys
+import tempfile
 
-SECTION = re.compile(r"^## A first session$(.*?)^## ", re.DOTALL | re.MULTILINE)
-BLOCK = re.compile(r"^```console\n(.*?)^```$", re.DOTALL | re.MULTILINE)
-BESIDE = re.compile(r"lcmp (watch|card)\b")
-ADDRESS = re.compile(r"127\.0\.0\.1(?::(\d+))?")
+from pages import FENCED, blocks_of
+
+SECTION = re.compile(r"^## ", re.MULTILINE)
+READY = re.compile(r"listening on [\d.]+:\d+$")
 TIME = re.compile(r"\b\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z")
-CARD_PORT = "17470"
-PATIENCE = 60  # seconds for everything
+DOCUMENTED, PORT = "127.0.0.1", "17470"
+PATIENCE = 240  # seconds for everything
 
 
-def steps_of(document):
-    """[command, expected lines] in the order of the document."""
-    section = SECTION.search(document)
+class Step:
+    """One command. `expected` is None where any output will do."""
+
+    def __init__(self, command, expected):
+        self.command, self.expected = command, expected
+
+    def runs_beside(self):
+        return bool(self.expected) and READY.match(self.expected[0]) is not None
+
+
+def steps_of(section):
     steps = []
-    for block in BLOCK.findall(section[1] if section else ""):
-        for line in block.splitlines():
-            if line.startswith("$ "):
-                steps.append([line[2:], []])
-            else:
-                steps[-1][1].append(TIME.sub("TIME", line))
+    for fence in FENCED.finditer(section):
+        language, text = fence.groups()
+        if language == "sh":
+            steps.append(Step(text.rstrip("\n"), None))
+        elif language == "console":
+            for line in text.splitlines():
+                if line.startswith("$ "):
+                    steps.append(Step(line[2:], []))
+                else:
+                    steps[-1].expected.append(TIME.sub("TIME", line))
     return steps
 
 
-class Session:
-    """The running programs, and the ports that stand for those of the document."""
+def sessions_of(document):
+    """The steps of each section that has any. The text is cut where a heading stands outside of blocks."""
+    covered = FENCED.sub(lambda match: re.sub(r"[^\n]", " ", match[0]), document)
+    cuts = [0, *(match.start() for match in SECTION.finditer(covered)), len(document)]
+    sections = [document[begin:end] for begin, end in zip(cuts, cuts[1:])]
+    return [steps for steps in map(steps_of, sections) if steps]
 
-    def __init__(self, lcmp):
-        self.environment = {**os.environ, "PATH": f"{pathlib.Path(lcmp).resolve().parent}:{os.environ['PATH']}"}
-        self.ports = {}
+
+def agree(printed, expected):
+    """Whether the lines are those expected, of which "..." stands for any number."""
+    if not expected:
+        return not printed
+    if expected[0] == "...":
+        return any(agree(printed[start:], expected[1:]) for start in range(len(printed) + 1))
+    return bool(printed) and printed[0] == expected[0] and agree(printed[1:], expected[1:])
+
+
+class Shell:
+    """One shell for all of a document: what is exported stays, and so does the folder."""
+
+    END = "-- that was it --"
+
+    def __init__(self, programs, folder, home):
+        paths = ":".join(str(pathlib.Path(program).resolve().parent) for program in programs)
+        environment = {**os.environ, "PATH": f"{paths}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8",
+                       **({"HOME": home} if home else {})}
+        number = os.getpid()
+        self.address = f"127.{64 + (number >> 16 & 63)}.{number >> 8 & 255}.{number & 255}"
+        self.process = subprocess.Popen(["bash", "--noprofile", "--norc"], cwd=folder, env=environment, text=True,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         self.running = []
 
     def typed(self, command):
-        """The command with the ports that are in use here; 0, for a free one, where none is yet."""
-        return ADDRESS.sub(lambda match: f"127.0.0.1:{self.ports.get(match[1] or CARD_PORT, 0)}", command)
+        return command.replace(DOCUMENTED, self.address)
 
     def printed(self, output):
-        """The output with the ports of the document, and without times."""
-        for documented, real in self.ports.items():
-            output = output.replace(f":{real}", f":{documented}")
-        return TIME.sub("TIME", output)
+        return TIME.sub("TIME", output.replace(self.address, DOCUMENTED)).splitlines()
 
     def run(self, command):
-        done = subprocess.run(["bash", "-c", self.typed(command)], env=self.environment, stdout=subprocess.PIPE,
-                              stderr=subprocess.STDOUT, text=True, check=False)
-        return self.printed(done.stdout).splitlines()
+        """The status of a command, and the lines it prints."""
+        self.process.stdin.write(f"{{ {self.typed(command)}\n}} </dev/null\nprintf '\\n{self.END} %d\\n' $?\n")
+        self.process.stdin.flush()
+        output = ""
+        for line in self.process.stdout:
+            if line.startswith(self.END):
+                return int(line.split()[-1]), self.printed(output[:-1])
+            output += line
+        return 1, [*self.printed(output), "the shell is gone"]
 
     def start(self, command):
-        """Starts a program that prints where it listens, and returns it with that line."""
-        if "--listen" not in command:
-            command += f" --listen 127.0.0.1:{CARD_PORT}"
-        documented = re.search(r"--listen 127\.0\.0\.1:(\d+)", command)[1]
-        process = subprocess.Popen(shlex.split(self.typed(command)), env=self.environment, stdout=subprocess.PIPE,
-                                   stderr=subprocess.STDOUT, text=True)
-        self.running.append(process)
-        line = process.stdout.readline()
-        listening = re.search(r":(\d+)$", line)
-        if listening:
-            self.ports[documented] = listening[1]
-        return process, self.printed(line).splitlines()
+        """Starts a program that runs beside the others, and waits until it is ready."""
+        command, _, word = command.partition(" | grep ")
+        if re.match(r"lcmp card\b", command) and "--listen" not in command:
+            command += f" --listen {DOCUMENTED}:{PORT}"
+        _, environment = self.run('export -p; printf "cd %q\\n" "$PWD"')
+        script = "\n".join([*environment, f"exec {command}"])
+        program = Beside(subprocess.Popen(["bash", "-c", self.typed(script)], text=True, stdout=subprocess.PIPE,
+                                          stderr=subprocess.STDOUT), "".join(shlex.split(word)), self.printed)
+        self.running.append(program)
+        return program
 
-    def watch(self, process, lines, expected, word):
-        """Adds lines that match the word, until there are as many as expected."""
-        while len(lines) < len(expected):
-            line = process.stdout.readline()
+    def end_section(self):
+        statuses = [program.end() for program in self.running]
+        self.running = []
+        return statuses
+
+    def kill(self):
+        for process in [self.process, *(program.process for program in self.running)]:
+            process.kill()
+            process.communicate()
+
+
+class Beside:
+    """A program that runs beside the others, and the lines that it has printed."""
+
+    def __init__(self, process, word, printed):
+        self.process, self.word, self.printed = process, word, printed
+        self.lines = printed(process.stdout.readline())
+
+    def wait_for(self, count):
+        """Until there are as many lines that match the word, or no more come."""
+        while len(self.lines) < count:
+            line = self.process.stdout.readline()
             if not line:
                 break
-            if re.search(word, line):
-                lines += self.printed(line).splitlines()
-        return lines
+            if re.search(self.word, line):
+                self.lines += self.printed(line)
+        return self.lines
 
     def end(self):
-        for process in self.running:
-            process.send_signal(signal.SIGINT)
-            process.stdout.close()
-        return [process.wait() for process in self.running]
+        self.process.send_signal(signal.SIGINT)
+        self.process.stdout.close()
+        return self.process.wait()
 
 
-def compare(command, printed, expected):
-    return [] if printed == expected else [f"$ {command}", *printed]
+def difference(step, printed):
+    return [] if agree(printed, step.expected) else [f"$ {step.command}", *printed]
 
 
-def differences(steps, session):
-    beside = {BESIDE.match(step[0])[1]: step for step in steps if BESIDE.match(step[0])}
-    rest = [step for step in steps if not BESIDE.match(step[0])]
-    if set(beside) != {"watch", "card"} or not rest:
-        return ["the document has no session with a watcher, a card and something to ask"]
-    (watch, watched), (card, served) = beside["watch"], beside["card"]
-    watch, _, word = watch.partition(" | grep ")
-    word = "".join(shlex.split(word))
-    watcher, events = session.start(watch)
-    _, started = session.start(card)
-    faults = compare(card, started, served)
-    for command, expected in rest:
-        faults += compare(command, session.run(command), expected)
-    faults += compare(beside["watch"][0], session.watch(watcher, events, watched, word), watched)
-    return faults + [f"ended with status {status}" for status in session.end() if status != 0]
+def of_section(steps, shell):
+    beside = [step for step in steps if step.runs_beside()]
+    first = [step for step in beside if step.command.startswith("lcmp watch")]
+    programs, faults = {}, []
+    for step in steps:
+        if step.expected is not None and not programs:
+            programs.update({watcher: shell.start(watcher.command) for watcher in first})
+        if step in first:
+            continue
+        if step in beside:
+            programs[step] = shell.start(step.command)
+            continue
+        status, printed = shell.run(step.command)
+        if step.expected is not None:
+            faults += difference(step, printed)
+        elif status != 0:
+            faults += [f"$ {step.command}", *printed, f"ended with status {status}"]
+    for step, program in programs.items():
+        faults += difference(step, program.wait_for(len(step.expected)))
+    return faults + [f"ended with status {status}" for status in shell.end_section()
+                     if status not in (0, -signal.SIGINT)]
+
+
+def differences(document, programs, root=None, home=None):
+    sessions = sessions_of(document)
+    if not sessions:
+        return ["the document has no session"]
+    with tempfile.TemporaryDirectory() as folder:
+        for entry in pathlib.Path(root).resolve().iterdir() if root else []:
+            if entry.name != "build":  # the session's own, if it builds
+                (pathlib.Path(folder) / entry.name).symlink_to(entry)
+        for block in blocks_of(document):
+            if block.kind == "file":
+                file = pathlib.Path(folder) / block.what
+                file.parent.mkdir(parents=True, exist_ok=True)
+                file.write_text(block.text, encoding="utf-8")
+        shell = Shell(programs, folder, home)
+        try:
+            return [fault for steps in sessions for fault in of_section(steps, shell)]
+        finally:
+            shell.kill()
 
 
 def out_of_patience(*_):
@@ -118,15 +206,17 @@ def out_of_patience(*_):
 
 
 def main():
-    session = Session(sys.argv[2])
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--root")
+    parser.add_argument("--home")
+    parser.add_argument("document")
+    parser.add_argument("programs", nargs="+")
+    options = parser.parse_args()
     signal.signal(signal.SIGALRM, out_of_patience)
     signal.alarm(PATIENCE)
-    try:
-        faults = differences(steps_of(pathlib.Path(sys.argv[1]).read_text(encoding="utf-8")), session)
-    finally:
-        for process in session.running:
-            process.kill()
-    print("\n".join(["Not what the document says:", *faults]) if faults else "The session is as the document says")
+    faults = differences(pathlib.Path(options.document).read_text(encoding="utf-8"), options.programs, options.root,
+                         options.home)
+    print("\n".join(["Not what the document says:", *faults]) if faults else "The sessions are as the document says")
     return 1 if faults else 0
 
 
