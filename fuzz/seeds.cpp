@@ -139,6 +139,10 @@ void writeSessions() {
     write("serving", "session-wrap",
           byte(1) + byte(0) + record(readRequest(65535)) + byte(0) + record(readRequest(0)) + byte(0) +
               record(readRequest(9)) + byte(0) + record(readRequest(10)));
+    write("serving", "session-own-dispatch",
+          byte(0) + byte(0x10) + record(writeRequest(1, {{0x11800002, 3, "01"}})) + byte(0x10) +
+              record(next) + byte(0x10) + record(next.substr(0, next.size() - 1)) + byte(0x10) +
+              record("OTN1"));
     write("serving", "session-events",
           byte(1) + byte(0xC2) + byte(3) + byte(60) + byte(0xC0) + byte(7) + bigEndian(9, 4) + byte(0xC1) +
               byte(0xC3));
