@@ -4,10 +4,11 @@ import concurrent.futures
 import os
 import pathlib
 import re
+import resource
 import shutil
+import signal
 import subprocess
 import sys
-import time
 
 import planting
 
@@ -19,10 +20,11 @@ WORK = BUILD / "work"  # what the runs on this machine have found out, beside th
 SEEDS = BUILD / "seeds"
 TARGETS = sorted(path.stem for path in (ROOT / "fuzz" / "targets").glob("*.cpp"))
 JOBS = int(os.environ.get("JOBS", "2"))
+BUILD_JOBS = ["--parallel", str(JOBS)] if "JOBS" in os.environ else []
 
 LARGEST_INPUT = 4096  # bytes
 COVERAGE_WANTED = 95.0  # per cent of lines
-PLANTED_SECONDS = 60
+PLANTED_SECONDS = 60  # of the processor: other work on the machine takes nothing from a target
 
 SANITIZERS = "-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer"
 OPTIMISED = "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -g1"
@@ -88,7 +90,7 @@ def build(kind, programs, source=ROOT, folder=None):
                  "-DLCMP_BUILD_TESTS=OFF", "-DLCMP_BUILD_EXAMPLES=OFF",
                  *([f"-DCMAKE_CXX_COMPILER_LAUNCHER={launcher}"] if launcher else []), *CONFIGURATIONS[kind]]
     with open(folder / "build.log", "w", encoding="utf-8") as log:
-        for command in [configure, ["cmake", "--build", folder, "--target", *programs]]:
+        for command in [configure, ["cmake", "--build", folder, *BUILD_JOBS, "--target", *programs]]:
             if subprocess.run(command, env=environment, stdout=log, stderr=log, check=False).returncode != 0:
                 say((folder / "build.log").read_text(encoding="utf-8", errors="replace")[-8000:])
                 fail(f"the {kind} build failed; {shown(folder / 'build.log')} has all of it")
@@ -113,11 +115,11 @@ def at_once(function, items):
 
 # ---------------------------------------------------------------- fuzzing
 
-def engine_run(program, target, seconds, folders, artifacts, log, *more):
+def engine_run(program, target, seconds, folders, artifacts, log, *more, prefix=()):
     """Runs a target under the engine; its exit status. What it says goes to `log`."""
     artifacts.mkdir(parents=True, exist_ok=True)
-    command = [program, f"-max_total_time={seconds}", f"-max_len={LARGEST_INPUT}", "-timeout=20", "-rss_limit_mb=1500",
-               f"-dict={ROOT / 'fuzz' / 'lcmp.dict'}", f"-artifact_prefix={artifacts}/{target}-",
+    command = [*prefix, program, f"-max_total_time={seconds}", f"-max_len={LARGEST_INPUT}", "-timeout=20",
+               "-rss_limit_mb=1500", f"-dict={ROOT / 'fuzz' / 'lcmp.dict'}", f"-artifact_prefix={artifacts}/{target}-",
                "-print_final_stats=1", *more, *folders]
     with open(log, "wb") as out:
         return subprocess.run(command, stdout=out, stderr=out, env={**os.environ, **SANITIZER_OPTIONS},
@@ -129,11 +131,11 @@ def last(pattern, text, otherwise="-"):
     return found[-1] if found else otherwise
 
 
-def cause(log):
+def cause(log, otherwise="it ended without saying why"):
     """The line of a log that says what was wrong."""
     wrong = re.search(r"^.*(?:invariant \d+.*|runtime error: .*|ERROR: \w+Sanitizer: .*|ERROR: libFuzzer: .*)$", log,
                       re.MULTILINE)
-    return wrong[0].strip()[:300] if wrong else "it ended without saying why"
+    return wrong[0].strip()[:300] if wrong else otherwise
 
 
 class Run:
@@ -308,8 +310,14 @@ def coverage(_arguments):
 
 # ---------------------------------------------------------------- planted faults
 
+def processor_seconds():
+    """What the programs run so far have taken of it."""
+    used = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return used.ru_utime + used.ru_stime
+
+
 def find_planted(fault, tree):
-    """(seconds until it was found or None, what was found)"""
+    """(seconds, what was found or None)"""
     folder = tree / "build" / "fuzz" / "engine"
     with planting.planted(fault, tree):
         binaries = build("engine", programs_of([fault.target]), tree, folder)
@@ -318,11 +326,11 @@ def find_planted(fault, tree):
     shutil.rmtree(found_out, ignore_errors=True)
     found_out.mkdir(parents=True)
     log = BUILD / "planted" / f"{fault.name}.log"
-    start = time.monotonic()
-    status = engine_run(binaries / f"fuzz_{fault.target}", fault.target, PLANTED_SECONDS,
-                        [found_out, CORPUS / fault.target], artifacts, log, "-seed=1")
-    seconds = time.monotonic() - start
-    return (seconds if status != 0 else None), cause(log.read_text(encoding="utf-8", errors="replace"))
+    start = processor_seconds()
+    engine_run(binaries / f"fuzz_{fault.target}", fault.target, 20 * PLANTED_SECONDS,
+               [found_out, CORPUS / fault.target], artifacts, log, "-seed=1",
+               prefix=["prlimit", f"--cpu={PLANTED_SECONDS}"])
+    return processor_seconds() - start, cause(log.read_text(encoding="utf-8", errors="replace"), None)
 
 
 def plant(arguments):
@@ -337,9 +345,9 @@ def plant(arguments):
     rows, missed = [], 0
     for fault in chosen_faults:
         seconds, found = find_planted(fault, tree)
-        missed += seconds is None
-        rows.append([fault.name, fault.target, "NOT FOUND" if seconds is None else f"{seconds:.1f} s"])
-        say(f"{fault.name}: " + ("not found" if seconds is None else f"{seconds:.1f} s, {found}"))
+        missed += found is None
+        rows.append([fault.name, fault.target, f"{seconds:.1f} s" if found else "NOT FOUND"])
+        say(f"{fault.name}: {seconds:.1f} s, {found or 'not found'}")
     print_table(["planted fault", "target", "found after"], rows)
     print(f"\ncount: {len(rows)} faults")
     return 1 if missed else 0
@@ -358,9 +366,10 @@ def minimise_one(job):
                         "-use_counters=0")
     if status != 0:
         fail(f"{target} cannot be minimised; {shown(log)} says why")
-    # What they show is an order of frames, which no line that is reached tells from another.
-    for session in (SEEDS / target).glob("session-*"):
-        shutil.copy(session, fresh)
+    # What they show is an order of frames or a number, which no line that is reached tells from another.
+    for pattern in ["session-*", "limit-*"]:
+        for seed in (SEEDS / target).glob(pattern):
+            shutil.copy(seed, fresh)
     shutil.rmtree(CORPUS / target, ignore_errors=True)
     shutil.copytree(fresh, CORPUS / target)
     sizes = [path.stat().st_size for path in fresh.iterdir()]

@@ -83,9 +83,10 @@ void writeTexts() {
     int index = 0;
     for (const char* text :
          {"control.bpClkRef", "temperature[2].value", "0x50c10005:UINT32", "1073741825", "contrl.bpClkRef",
-          "voltage.value", "0xC0000000", "control[1].guid", "temperature[16384].value",
-          "temperature[16383].value", "temperature[99999].min", "download"})
+          "voltage.value", "0xC0000000", "control[1].guid", "temperature[99999].min", "download"})
         write("names", "variable-" + std::to_string(index++), byte(2) + text);
+    write("names", "limit-last-row", byte(2) + "temperature[16383].value");
+    write("names", "limit-row-too-many", byte(2) + "temperature[16384].value");
     for (const char* text : {"192.0.2.1:17470", "localhost", "card.example:161", "10.0.0.1:0", ":1", "a:b:c"})
         write("names", "address-" + std::to_string(index++), byte(4) + text);
     for (const char* text : {"192.0.2.0/24", "0.0.0.0/0", "192.0.2.1", "192.0.2.1/24", "1.2.3.4/33"})
@@ -138,6 +139,10 @@ void writeSessions() {
     write("serving", "session-wrap",
           byte(1) + byte(0) + record(readRequest(65535)) + byte(0) + record(readRequest(0)) + byte(0) +
               record(readRequest(9)) + byte(0) + record(readRequest(10)));
+    write("serving", "session-own-dispatch",
+          byte(0) + byte(0x10) + record(writeRequest(1, {{0x11800002, 3, "01"}})) + byte(0x10) +
+              record(next) + byte(0x10) + record(next.substr(0, next.size() - 1)) + byte(0x10) +
+              record("OTN1"));
     write("serving", "session-events",
           byte(1) + byte(0xC2) + byte(3) + byte(60) + byte(0xC0) + byte(7) + bigEndian(9, 4) + byte(0xC1) +
               byte(0xC3));

@@ -241,7 +241,29 @@ void Card::askInHook() {
     m_inHook = false;
 }
 
-bool Card::receive(const std::string& frame, const char* peer) {
+namespace {
+
+bool isRequest(const std::string& frame) {
+    return frame.size() < requestHeader || (frame.compare(0, 5, "OTN1\x01") == 0 &&
+                                            (frame[5] == LCMP_ACTION_READ || frame[5] == LCMP_ACTION_WRITE));
+}
+
+}  // namespace
+
+bool Card::serveRequest(const std::string& frame, const char* peer) {
+    LCMPResponse response(peer != nullptr ? peer : "");
+    if (frame.size() >= requestHeader) {
+        response.setAction(frame[5] == LCMP_ACTION_READ ? LCMP_ACTION_READ_RESPONSE
+                                                        : LCMP_ACTION_WRITE_RESPONSE);
+        response.setMessageId(static_cast<std::uint16_t>(numberAt(frame, 6, 2)));
+    }
+    ExactBuffer buffer(frame);
+    return handleRequest(buffer.size(), buffer.data(), response);
+}
+
+bool Card::receive(const std::string& frame, const char* peer, bool ownDispatch) {
+    if (ownDispatch && isRequest(frame))
+        return serveRequest(frame, peer);
     ExactBuffer buffer(frame);
     return handleLcmpMsg(buffer.size(), buffer.data(), peer);
 }

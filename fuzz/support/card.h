@@ -57,8 +57,9 @@ public:
     bool amiMessageHandler(std::vector<LcmpProperty*> props) override;
     bool updated(const LcmpProperty& property);
 
-    /// Hands over a received frame in a buffer of exactly its size.
-    bool receive(const std::string& frame, const char* peer);
+    /// Hands over a received frame in a buffer of exactly its size. `ownDispatch`: a request goes straight to
+    /// its handler, as endpoints do that look at headers themselves; nothing else may come of it.
+    bool receive(const std::string& frame, const char* peer, bool ownDispatch = false);
 
     /// What the process keeps is made what every input begins with: each peer that it follows has sent
     /// message 0, and no change waits to be sent.
@@ -89,6 +90,7 @@ private:
     void addTemperature();
     void addOneOfEach();
     void askInHook();
+    bool serveRequest(const std::string& frame, const char* peer);
 
     std::vector<std::unique_ptr<LcmpObject>> m_owned;
     bool m_inHook = false;

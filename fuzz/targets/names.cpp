@@ -89,6 +89,8 @@ void tryVariable(const std::string& text) {
     FUZZ_REQUIRE(roundTrip, again.name == variable.name, "its name is another's: " + variable.name);
     FUZZ_REQUIRE(roundTrip, ((again.oid ^ variable.oid) & ~fuzz::ignoredOidBit) == 0,
                  "its name has another OID");
+    const tool::Variable back = tool::variableOfOid(variable.oid);
+    FUZZ_REQUIRE(roundTrip, back.name == variable.name, variable.name + " has the OID of " + back.name);
 }
 
 void tryAddresses(const std::string& text) {

@@ -114,7 +114,7 @@ public:
         for (int i = 0; i < mostSteps && !input.empty(); ++i) {
             const unsigned int what = input.u8();
             if (what < 0xC0)
-                receive(Peer::of(what & 15U), input.record());
+                receive(Peer::of(what & 15U), input.record(), (what & 16U) != 0);
             else
                 act(what, input);
         }
@@ -122,11 +122,11 @@ public:
     }
 
 private:
-    void receive(const Peer& peer, const std::string& frame) {
+    void receive(const Peer& peer, const std::string& frame, bool ownDispatch = false) {
         m_card.forgetSent();
         const std::string name = peer.name != nullptr ? peer.name : "";
         const Outcome outcome = m_account.take(frame, name, peer.isAddress);
-        const bool handled = m_card.receive(frame, peer.name);
+        const bool handled = m_card.receive(frame, peer.name, ownDispatch);
         m_account.compare(outcome, frame, name, handled);
         m_card.forgetSent();
         m_lastPeer = peer;

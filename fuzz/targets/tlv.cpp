@@ -176,6 +176,7 @@ private:
         const bool answered = m_tlv.getValue(&byPointer);
         FUZZ_REQUIRE(roundTrip, answered == m_held && byReference == byValue && byPointer == byValue,
                      "three getters of a type differ");
+        FUZZ_REQUIRE(survives, !m_tlv.getValue(static_cast<T*>(nullptr)), "a value went nowhere");
     }
 
     void checkNumbers() const {
