@@ -1,9 +1,9 @@
 // Every type with every length there is, as the first, the middle and the last element of a frame of every
-// kind. Where the emulated target runs under sanitizers some of the lengths have to stand for all. The bytes
-// end at a page that nobody may touch.
+// kind. The bytes end at a page that nobody may touch.
 #include <algorithm>
 
 #include "judgedCard.h"
+#include "lengths.h"
 
 namespace {
 
@@ -36,17 +36,6 @@ const Subject subjects[] = {
 
 void PrintTo(const Subject& subject, std::ostream* out) { *out << subject.name; }
 std::string nameOf(const testing::TestParamInfo<Subject>& info) { return info.param.name; }
-
-/// How far it is to the next length, up or down.
-unsigned int strideAt(unsigned int length) {
-#ifdef LCMP_SLOWED_A_HUNDREDFOLD
-    const bool isAtALimit = length <= 40 || (length > 1150 && length <= 1250) || length > 65500;
-    return isAtALimit ? 1 : 61;
-#else
-    (void)length;
-    return 1;
-#endif
-}
 
 enum class Door { read, write, response, event };
 
