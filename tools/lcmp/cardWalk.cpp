@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "lcmpProtocolBase.h"
 #include "lcmpResult.h"
 
 namespace tool {
@@ -116,6 +117,8 @@ void CardWalk::refuse(Batch& batch, std::size_t position, unsigned int result) {
     const bool ends = columnEnds(cell, result);
     if (m_over)
         return;
+    if (result == RESULT_TOO_LONG)
+        m_sizes.learn(cell.variable, LcmpProtocolBase::maxReadResponse);
     if (!ends) {
         cell.outcome.emplace();
         cell.outcome->status = ExitStatus::refused;
