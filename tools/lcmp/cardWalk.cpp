@@ -81,8 +81,8 @@ void CardWalk::ask(Batch& batch) {
 
 void CardWalk::askOnce(Batch& batch, const std::vector<std::size_t>& open) {
     std::vector<Variable> variables;
-    for (const std::size_t position : open)
-        variables.push_back(batch[position].variable);
+    std::transform(open.begin(), open.end(), std::back_inserter(variables),
+                   [&batch](std::size_t position) { return batch[position].variable; });
     Attempt attempt = m_exchange.readOnce(variables);
     switch (attempt.kind) {
         case Attempt::Kind::served:
