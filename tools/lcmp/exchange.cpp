@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <numeric>
 #include <random>
 
 #include "output.h"
@@ -91,6 +92,21 @@ Element placeholder(const Variable& variable) {
     return element;
 }
 
+Attempt over(ExitStatus status, const std::string& problem) {
+    Attempt attempt;
+    attempt.kind = Attempt::Kind::over;
+    attempt.status = status;
+    attempt.problem = problem;
+    return attempt;
+}
+
+Outcome badFrame(const std::string& problem) {
+    Outcome outcome;
+    outcome.status = ExitStatus::badFrame;
+    outcome.problem = problem;
+    return outcome;
+}
+
 bool isSameVariable(unsigned int oid, unsigned int other) { return ((oid ^ other) & ~unusedOidBit) == 0; }
 
 }  // namespace
@@ -147,30 +163,50 @@ std::vector<Outcome> Exchange::write(const std::vector<Assignment>& assignments)
     return m_outcomes;
 }
 
+Attempt Exchange::readOnce(const std::vector<Variable>& variables) {
+    std::vector<Element> elements;
+    for (const Variable& variable : variables)
+        elements.push_back(placeholder(variable));
+    const Reply reply = ask(LCMP_ACTION_READ, elements);
+    if (reply.status != ExitStatus::done)
+        return over(reply.status, reply.problem);
+    if (isServed(reply.result))
+        return takeValues(variables, reply);
+    if (concernsWholeRequest(reply.result))
+        return over(ExitStatus::refused, refusal("the request", reply.result));
+    Attempt attempt;
+    const bool located = locatesFault(reply.result, reply.errorIndex, variables.size());
+    attempt.kind = located || variables.size() == 1 ? Attempt::Kind::refused : Attempt::Kind::tooMuch;
+    attempt.position = variables.size() == 1 ? 0 : reply.errorIndex;
+    attempt.result = reply.result;
+    return attempt;
+}
+
 void Exchange::readBatch(Positions batch) {
     while (!batch.empty() && !m_over) {
-        std::vector<Element> elements;
+        std::vector<Variable> variables;
         for (const std::size_t position : batch)
-            elements.push_back(placeholder(m_variables[position]));
-        const Reply reply = ask(LCMP_ACTION_READ, elements);
-        if (reply.status != ExitStatus::done)
-            return endWith(batch, reply.status, reply.problem);
-        if (isServed(reply.result))
-            return takeValues(batch, reply);
-        if (concernsWholeRequest(reply.result))
-            return endWith(batch, ExitStatus::refused, refusal("the request", reply.result));
-        narrow(batch, reply);
+            variables.push_back(m_variables[position]);
+        Attempt attempt = readOnce(variables);
+        if (attempt.kind == Attempt::Kind::over)
+            return endWith(batch, attempt.status, attempt.problem);
+        if (attempt.kind != Attempt::Kind::served) {
+            narrow(batch, attempt);
+            continue;
+        }
+        for (std::size_t i = 0; i < batch.size(); ++i)
+            m_outcomes[batch[i]] = std::move(attempt.outcomes[i]);
+        return;
     }
     skip(batch, ExitStatus::noAnswer, " was not asked for any more");
 }
 
 // Leaves what is to be asked again. Where the fault is not located, the first half is asked on its own at
 // once.
-void Exchange::narrow(Positions& batch, const Reply& reply) {
-    if (locatesFault(reply.result, reply.errorIndex, batch.size()) || batch.size() == 1) {
-        const std::size_t fault = batch.size() == 1 ? 0 : reply.errorIndex;
-        refuse(batch[fault], reply.result);
-        batch.erase(batch.begin() + static_cast<Positions::difference_type>(fault));
+void Exchange::narrow(Positions& batch, const Attempt& attempt) {
+    if (attempt.kind == Attempt::Kind::refused) {
+        refuse(batch[attempt.position], attempt.result);
+        batch.erase(batch.begin() + static_cast<Positions::difference_type>(attempt.position));
         return;
     }
     const auto middle = batch.begin() + static_cast<Positions::difference_type>(batch.size() / 2);
@@ -178,28 +214,34 @@ void Exchange::narrow(Positions& batch, const Reply& reply) {
     batch.erase(batch.begin(), middle);
 }
 
-void Exchange::takeValues(const Positions& batch, const Reply& reply) {
-    Positions open = batch;
+Attempt Exchange::takeValues(const std::vector<Variable>& variables, const Reply& reply) const {
+    Attempt attempt;
+    for (const Variable& variable : variables)
+        attempt.outcomes.push_back(badFrame(cardText() + " answered without " + variable.name));
+    Positions open(variables.size());
+    std::iota(open.begin(), open.end(), std::size_t{0});
     for (const Element& element : reply.elements) {
         const auto asked = std::find_if(open.begin(), open.end(), [&](std::size_t position) {
-            return isSameVariable(m_variables[position].oid, element.oid());
+            return isSameVariable(variables[position].oid, element.oid());
         });
         if (asked == open.end())
-            return endWith(batch, ExitStatus::badFrame,
-                           cardText() + " answered with " + variableOfOid(element.oid(), m_model).name +
-                               ", which was not asked for");
-        Outcome& outcome = m_outcomes[*asked];
-        if (hasLengthOfType(element))
-            outcome.value = element;
-        else
-            fail({*asked}, ExitStatus::badFrame,
-                 cardText() + " answered with a malformed value of " + m_variables[*asked].name + ": " +
-                     lcmpTlvTypeName(element.type()) + " of " + std::to_string(element.length()) + " bytes");
+            return over(ExitStatus::badFrame, cardText() + " answered with " +
+                                                  variableOfOid(element.oid(), m_model).name +
+                                                  ", which was not asked for");
+        attempt.outcomes[*asked] = outcomeOf(variables[*asked], element);
         open.erase(asked);
     }
-    for (const std::size_t position : open)
-        fail({position}, ExitStatus::badFrame,
-             cardText() + " answered without " + m_variables[position].name);
+    return attempt;
+}
+
+Outcome Exchange::outcomeOf(const Variable& variable, const Element& element) const {
+    if (!hasLengthOfType(element))
+        return badFrame(cardText() + " answered with a malformed value of " + variable.name + ": " +
+                        lcmpTlvTypeName(element.type()) + " of " + std::to_string(element.length()) +
+                        " bytes");
+    Outcome outcome;
+    outcome.value = element;
+    return outcome;
 }
 
 void Exchange::writeBatch(const Positions& batch, const std::vector<Assignment>& assignments) {

@@ -21,6 +21,23 @@ struct Outcome {
     std::optional<Element> value;  ///< What was read, or was to be written.
 };
 
+/// What one request to read came to.
+struct Attempt {
+    enum class Kind {
+        served,   ///< `outcomes` has one a variable, in order; some may be faulty.
+        refused,  ///< For the variable at `position`, by `result`; the others may be had without it.
+        tooMuch,  ///< By `result`, which does not say for which variable; fewer of them may be had.
+        over      ///< Nothing more is to be had: `status` and `problem` say why.
+    };
+
+    Kind kind = Kind::served;
+    std::vector<Outcome> outcomes;
+    std::size_t position = 0;
+    unsigned int result = 0;
+    ExitStatus status = ExitStatus::done;
+    std::string problem;
+};
+
 /// One variable and the value it shall have.
 struct Assignment {
     Variable variable;
@@ -44,8 +61,21 @@ public:
     /// left.
     std::vector<Outcome> read(const std::vector<Variable>& variables);
 
-    /// The same for writing. The card refuses a request as a whole, and nothing is sent after a refusal.
+    /// One request for these variables, which the caller knows to fit, and its retries.
+    Attempt readOnce(const std::vector<Variable>& variables);
+
+    /// The same as `read` for writing. The card refuses a request as a whole, and nothing is sent after a
+    /// refusal.
     std::vector<Outcome> write(const std::vector<Assignment>& assignments);
+
+    /// "192.0.2.1:17470 refused WHAT: RESULT WRONG OID".
+    std::string refusal(const std::string& what, unsigned int result) const;
+
+    /// "192.0.2.1:17470".
+    std::string cardText() const { return lcmpUdpToText(m_card); }
+
+    /// Of the socket; belongs to this.
+    int fileDescriptor() const { return getFileDescriptor(); }
 
 private:
     using Positions = std::vector<std::size_t>;  // of variables, in the caller's list
@@ -55,15 +85,14 @@ private:
     Reply parseReply() const;
     std::string silence(const LcmpUdpCounters& before) const;
     void readBatch(Positions batch);
-    void narrow(Positions& batch, const Reply& reply);
-    void takeValues(const Positions& batch, const Reply& reply);
+    void narrow(Positions& batch, const Attempt& attempt);
+    Attempt takeValues(const std::vector<Variable>& variables, const Reply& reply) const;
+    Outcome outcomeOf(const Variable& variable, const Element& element) const;
     void writeBatch(const Positions& batch, const std::vector<Assignment>& assignments);
-    std::string refusal(const std::string& what, unsigned int result) const;
     void refuse(std::size_t position, unsigned int result);
     void endWith(const Positions& positions, ExitStatus status, const std::string& problem);
     void skip(const Positions& positions, ExitStatus status, const std::string& what);
     void fail(const Positions& positions, ExitStatus status, const std::string& problem);
-    std::string cardText() const { return lcmpUdpToText(m_card); }
 
     LcmpUdpAddress m_card;
     const LcmpModel& m_model;

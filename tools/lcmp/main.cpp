@@ -59,6 +59,9 @@ int main(int argc, char** argv) {
     tool::addCardVerb(program, status);
     tool::addGetVerb(program, status);
     tool::addSetVerb(program, status);
+    tool::addWalkVerb(program, status);
+    tool::addRecordVerb(program, status);
+    tool::addDiffVerb(program, status);
     tool::addWatchVerb(program, status);
     tool::addOidVerb(program, status);
     tool::addModelVerb(program, status);

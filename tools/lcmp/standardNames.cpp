@@ -15,16 +15,6 @@ namespace {
 
 [[noreturn]] void unresolved(const std::string& text) { throw Failure(ExitStatus::unresolved, text); }
 
-Variable describe(const LcmpModelCell& cell) {
-    Variable variable;
-    variable.oid = lcmpModelOid(cell);
-    variable.name = lcmpModelName(cell);
-    variable.definition = cell.variable;
-    variable.type = cell.variable->type;
-    variable.unit = cell.variable->unit.c_str();
-    return variable;
-}
-
 Variable resolveName(const std::string& text, const LcmpModel& model) {
     unsigned int oid = 0;
     if (parseOid(text, oid))
@@ -33,10 +23,20 @@ Variable resolveName(const std::string& text, const LcmpModel& model) {
     std::string problem;
     if (!lcmpModelFindName(model, text, cell, problem))
         unresolved(problem);
-    return describe(cell);
+    return variableOfCell(cell);
 }
 
 }  // namespace
+
+Variable variableOfCell(const LcmpModelCell& cell) {
+    Variable variable;
+    variable.oid = lcmpModelOid(cell);
+    variable.name = lcmpModelName(cell);
+    variable.definition = cell.variable;
+    variable.type = cell.variable->type;
+    variable.unit = cell.variable->unit.c_str();
+    return variable;
+}
 
 Variable resolveVariable(const std::string& text, const LcmpModel& model) {
     const auto colon = text.find(':');
@@ -50,7 +50,7 @@ Variable variableOfOid(unsigned int oid, const LcmpModel& model) {
     Variable variable;
     LcmpModelCell cell;
     if (lcmpModelFindOid(model, oid, cell))
-        variable = describe(cell);
+        variable = variableOfCell(cell);
     else
         variable.name = oidText(oid);
     variable.oid = oid;

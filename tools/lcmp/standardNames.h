@@ -23,6 +23,9 @@ struct Variable {
 /// is nearest; of status `usage` for a type that there is not.
 Variable resolveVariable(const std::string& text, const LcmpModel& model = lcmpModelStandard());
 
+/// The variable of a cell of a model, which may lie beyond the model's rows.
+Variable variableOfCell(const LcmpModelCell& cell);
+
 /// The variable with this OID; its name is the OID where the model does not have it, valid or not.
 Variable variableOfOid(unsigned int oid, const LcmpModel& model = lcmpModelStandard());
 

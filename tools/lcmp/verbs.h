@@ -14,10 +14,13 @@ namespace tool {
 void addCardVerb(CLI::App& program, ExitStatus& status);
 void addCompleteVerb(CLI::App& program, ExitStatus& status);
 void addDecodeVerb(CLI::App& program, ExitStatus& status);
+void addDiffVerb(CLI::App& program, ExitStatus& status);
 void addGetVerb(CLI::App& program, ExitStatus& status);
 void addModelVerb(CLI::App& program, ExitStatus& status);
 void addOidVerb(CLI::App& program, ExitStatus& status);
+void addRecordVerb(CLI::App& program, ExitStatus& status);
 void addSetVerb(CLI::App& program, ExitStatus& status);
+void addWalkVerb(CLI::App& program, ExitStatus& status);
 void addWatchVerb(CLI::App& program, ExitStatus& status);
 
 }  // namespace tool
