@@ -128,6 +128,10 @@ LCMP_API const char* lcmpModelWordOf(const LcmpModelVariable& variable, const Lc
 LCMP_API std::string lcmpModelNearestName(const std::string& word,
                                           const std::vector<std::string>& candidates);
 
+/// Which rule of the variable the value breaks, its access aside, in words: "4 is not allowed: 0 to 3, 128".
+/// Empty: a peer may write it.
+LCMP_API std::string lcmpModelWhyRefused(const LcmpModelVariable& variable, const LcmpModelValue& value);
+
 /// Whether a peer may write this value: the rules of the variable, its access aside.
 LCMP_API bool lcmpModelAccepts(const LcmpModelVariable& variable, const LcmpModelValue& value);
 

@@ -35,8 +35,11 @@ TEST(CommandLine, HelpOfEveryVerbNamesItsOptions) {
                        "0x50c10005:UINT32=7"});
     expectHelp("oid",
                {"NAME", "--table", "--column", "--row", "--group", "--variable", "--common", "--output"});
-    expectHelp("watch",
-               {"--listen", "--allow", "--count", "--duration", "--output", "--trace", "text,jsonl"});
+    expectHelp("watch", {"TARGET", "--poll", "--variables", "--first", "--listen", "--allow", "--count",
+                         "--duration", "--output", "--timeout", "--trace", "text,json,jsonl,csv,value"});
+    expectHelp("ping", {"TARGET", "--count", "--interval", "--timeout", "LCMP_TIMEOUT", "--output", "jitter",
+                        "text,json,jsonl,csv,value"});
+    expectHelp("set", {"--dry-run", "--verify", "--if-equals", "another controller may write"});
     expectHelp("card", {"--listen", "--events-to", "--allow", "--period"});
 }
 
@@ -82,7 +85,27 @@ TEST(CommandLine, WhatMakesNoSenseIsAUsageError) {
         {"watch", "--listen", "127.0.0.1:0", "--count", "0"},
         {"watch", "--listen", "127.0.0.1:0", "--duration", "soon"},
         {"watch", "--listen", "127.0.0.1:0", "--allow", "everybody"},
-        {"watch", "--listen", "127.0.0.1:0", "-o", "csv"},
+        {"watch", "--listen", "127.0.0.1:0", "-o", "xml"},
+        {"watch", "--listen", "127.0.0.1:0", "--poll", "1s"},
+        {"watch", "--listen", "127.0.0.1:0", "--variables", "control"},
+        {"watch", "127.0.0.1", "--poll", "0"},
+        {"watch", "127.0.0.1", "--poll", "soon"},
+        {"watch", "127.0.0.1:1-257", "--variables", "control"},
+        {"watch", "127.0.0.1", "--variables", "control.guid:UINT9"},
+        {"ping"},
+        {"ping", "127.0.0.1", "--count", "0"},
+        {"ping", "127.0.0.1", "--interval", "0"},
+        {"ping", "127.0.0.1", "--timeout", "soon"},
+        {"ping", "127.0.0.1:17479-17470"},
+        {"ping", "127.0.0.1:1-257"},
+        {"get", "127.0.0.1,", "control.guid"},
+        {"get", "127.0.0.10-9", "control.guid"},
+        {"get", "127.0.0.1-2:1-4000", "control.guid"},
+        {"get", "127.0.0.1", "control.guid", "--color", "green"},
+        {"set", "127.0.0.1", "control.bpClkRef=3", "--if-equals", "1", "--if-equals", "2"},
+        {"set", "127.0.0.1", "control.bpClkRef=3", "--if-equals", "300"},
+        {"set", "127.0.0.1", "control.bpClkRef=3", "--if-equals", "1", "--dry-run"},
+        {"set", "127.0.0.1", "control.bpClkRef=3", "--verify", "--dry-run"},
         {"oid"},
         {"oid", "--row", "1"},
         {"oid", "--table", "64"},
@@ -113,6 +136,9 @@ TEST(CommandLine, NamesThatMeanNothingAreUnresolved) {
               "lcmp: 'control.bpClkRf': control has no variable 'bpClkRf'; did you mean control.bpClkRef?\n");
     EXPECT_EQ(run({"set", "127.0.0.1", "control.bpClkRf=1"}).status, 7);
     EXPECT_EQ(run({"get", "a..b", "control.bpClkRef"}).status, 7) << "a host";
+    EXPECT_EQ(run({"get", "127.0.0.1,a..b", "control.bpClkRef"}).status, 7) << "one of several hosts";
+    EXPECT_EQ(run({"ping", "a..b"}).status, 7);
+    EXPECT_EQ(run({"watch", "127.0.0.1", "--variables", "control.bpClkRf"}).status, 7);
 }
 
 TEST(CommandLine, OutputThatCannotBeWrittenIsALocalFailure) {

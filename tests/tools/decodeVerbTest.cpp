@@ -305,4 +305,34 @@ TEST(DecodeVerb, AnUnknownFormatOrPortIsUsage) {
     EXPECT_EQ(ended.err, "lcmp: --port: FILE is no capture\n");
 }
 
+const std::string portIsDown = "4F544E31 01 05 0001 00000000 00000000 OID 03 0001 02\n";
+
+TEST(DecodeVerb, SpeaksTheNamesOfAModel) {
+    const std::string model = std::string(LCMP_MODELS_DIR) + "/linecard48.yaml";
+    const Ended oid = run({"oid", "port[3].link", "--model", model, "-o", "value"});
+    std::string frame = portIsDown;
+    frame.replace(frame.find("OID"), 3, oid.out.substr(2, 8));
+    const std::string line = "     16  " + oid.out.substr(0, 10) + "  port[3].link  UINT8  2 (down)\n";
+    EXPECT_THAT(decode(frame, {"--model", model}).out, HasSubstr(line));
+    EXPECT_EQ(decodeJson(frame, {"--model", model})[0]["elements"][0]["word"], "down");
+    const File file(frame);
+    EXPECT_THAT(run({"decode", file.path()}, {"LCMP_MODEL=" + model}).out, HasSubstr(line));
+    EXPECT_THAT(decode(frame).out, testing::Not(HasSubstr("port[3]")));
+}
+
+TEST(DecodeVerb, NamesTheRefusedVariableAsTheModelDoes) {
+    const File model(
+        "card: mine\nobjects:\n  - name: lamp\n    kind: scalar\n    id: 3\n    common: true\n    "
+        "variables:\n"
+        "      - {id: 2, name: light, type: UINT8, access: writable}\n");
+    EXPECT_THAT(decode(writeOfFour + refusal, {"--model", model.path()}).out, HasSubstr("lamp.light"));
+}
+
+TEST(DecodeVerb, ABadModelIsUnresolvedAndNothingIsExplained) {
+    const Ended ended = decode(writeOfFour, {"--model", "/nowhere.yaml"});
+    EXPECT_EQ(ended.status, 7);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_THAT(ended.err, HasSubstr("/nowhere.yaml is no card model"));
+}
+
 }  // namespace

@@ -38,6 +38,15 @@ public:
                 port);
     }
 
+    /// The card was asked for its temperature.
+    void polled(int degrees, bool showsFirst = false) {
+        tool::Element value(temperature0);
+        tool::parseValue(INT32, std::to_string(degrees), value);
+        m_log.takePolled({0xC0000201, 4711}, value, showsFirst);
+    }
+
+    void answers(bool answers) { m_log.tellAnswering({0xC0000201, 4711}, answers); }
+
     /// The lines since the last call.
     std::string lines() { return take(m_out); }
     std::string diagnostics() { return take(m_diagnostics); }
@@ -228,6 +237,105 @@ TEST(EventLog, GoesOnWhenMoreCardsAndVariablesComeThanItRemembers) {
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 2000 + 20 * 1000);
     watching.temperature(22, 21, 2000);
     EXPECT_THAT(watching.lines(), EndsWith("temperature[0].value 21 °C\n")) << "forgotten meanwhile";
+}
+
+// What is behind the time of this machine's clock, of a line that was polled.
+std::string behindTime(const std::string& line) {
+    EXPECT_THAT(line, testing::MatchesRegex("[-0-9]{10}T[:0-9]{8}\\.[0-9]{6}Z .*\n")) << line;
+    return line.substr(std::min(line.size(), line.find(' ') + 1));
+}
+
+TEST(EventLog, APolledValueIsShownWhenItIsAnotherThanTheLast) {
+    Watching watching;
+    watching.polled(20);
+    watching.polled(20);
+    EXPECT_EQ(watching.lines(), "") << "a first value is no change";
+    watching.polled(21);
+    EXPECT_EQ(behindTime(watching.lines()), "192.0.2.1:4711 temperature[0].value 21 °C (was 20; polled)\n");
+    watching.polled(21);
+    EXPECT_EQ(watching.lines(), "");
+}
+
+TEST(EventLog, AFirstPolledValueIsShownOnDemand) {
+    Watching watching;
+    watching.polled(20, true);
+    EXPECT_EQ(behindTime(watching.lines()), "192.0.2.1:4711 temperature[0].value 20 °C (polled)\n");
+    watching.polled(20, true);
+    EXPECT_EQ(watching.lines(), "");
+}
+
+TEST(EventLog, WhatAnEventHasToldIsNotToldAgainByPolling) {
+    Watching watching;
+    watching.polled(20);
+    watching.temperature(1, 21);
+    EXPECT_EQ(watching.lines(),
+              "2024-05-01T12:00:00.000001Z 192.0.2.1:4711 temperature[0].value 21 °C (was 20)\n");
+    watching.polled(21);
+    EXPECT_EQ(watching.lines(), "");
+    watching.polled(22);
+    EXPECT_THAT(watching.lines(), HasSubstr("22 °C (was 21; polled)"));
+}
+
+TEST(EventLog, APolledValueIsMarkedInJsonAndCsv) {
+    Watching jsonl(Format::jsonl);
+    jsonl.polled(20, true);
+    const nlohmann::json first = jsonl.json();
+    EXPECT_EQ(first["polled"], true);
+    EXPECT_FALSE(first.contains("old"));
+    jsonl.polled(21);
+    EXPECT_EQ(jsonl.json()["old"], 20);
+    jsonl.temperature(1, 22);
+    EXPECT_FALSE(jsonl.json().contains("polled"));
+    Watching csv(Format::csv);
+    csv.polled(20, true);
+    EXPECT_THAT(csv.lines(), EndsWith("Z,192.0.2.1:4711,0x51404000,temperature[0].value,INT32,20,,polled\n"));
+}
+
+TEST(EventLog, AsCsvIsATableWithNotes) {
+    Watching watching(Format::csv);
+    EXPECT_EQ(watching.lines(), "time,card,oid,name,type,value,old,note\n");
+    watching.temperature(1, 20);
+    watching.temperature(4, 21);
+    EXPECT_EQ(watching.lines(),
+              "2024-05-01T12:00:00.000001Z,192.0.2.1:4711,0x51404000,temperature[0].value,INT32,20,,\n"
+              "2024-05-01T12:00:00.000004Z,192.0.2.1:4711,,,,,,\"gap: message 4 instead of 2, 2 missing\"\n"
+              "2024-05-01T12:00:00.000004Z,192.0.2.1:4711,0x51404000,temperature[0].value,INT32,21,20,\n");
+    watching.answers(false);
+    EXPECT_THAT(watching.lines(), EndsWith("Z,192.0.2.1:4711,,,,,,does not answer\n"));
+}
+
+TEST(EventLog, AsBareValuesHasNothingElse) {
+    Watching watching(Format::value);
+    watching.temperature(1, 20);
+    watching.temperature(4, 21);
+    watching.answers(false);
+    watching.polled(22);
+    EXPECT_EQ(watching.lines(), "20\n21\n22\n");
+}
+
+TEST(EventLog, SilenceAndItsEndAreLines) {
+    Watching text;
+    text.answers(false);
+    EXPECT_EQ(behindTime(text.lines()), "192.0.2.1:4711 does not answer\n");
+    text.answers(true);
+    EXPECT_EQ(behindTime(text.lines()), "192.0.2.1:4711 answers again\n");
+    Watching jsonl(Format::jsonl);
+    jsonl.answers(false);
+    const nlohmann::json silence = jsonl.json();
+    EXPECT_EQ(silence["answers"], false);
+    EXPECT_EQ(silence["card"], "192.0.2.1:4711");
+}
+
+TEST(EventLog, PolledValuesCountForItsLimit) {
+    Watching watching(Format::text, 1);
+    watching.polled(20);
+    EXPECT_FALSE(watching.full());
+    watching.polled(21);
+    EXPECT_TRUE(watching.full());
+    watching.lines();
+    watching.polled(22);
+    watching.answers(false);
+    EXPECT_EQ(watching.lines(), "");
 }
 
 }  // namespace

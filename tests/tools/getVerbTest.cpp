@@ -382,4 +382,85 @@ TEST(GetVerb, ShowsTheTypeThatTheCardSends) {
                              ",0x10800001,identity.hardwareVersion,STRING,1B,\n");
 }
 
+// ---------------------------------------------------------------- several cards
+
+std::string answerTo(const Request& request, const std::string& value) {
+    return readResponse(request.id, 0, 0, {{bpClkRef, UINT8, value}});
+}
+
+TEST(GetVerb, SeveralCardsAreAskedAtTheSameTimeAndNamed) {
+    ScriptedCard first;
+    ScriptedCard second;
+    Program get({"get", first.target() + "," + second.target(), "control.bpClkRef", "--timeout", "30s"});
+    const Request request = first.request();
+    second.answer(answerTo(second.request(), "02"));  // while the first has not answered yet
+    first.answer(answerTo(request, "01"));
+    EXPECT_EQ(get.finish(), 0);
+    EXPECT_EQ(get.out(),
+              first.target() + " control.bpClkRef = 1\n" + second.target() + " control.bpClkRef = 2\n");
+    EXPECT_EQ(get.err(), "");
+}
+
+TEST(GetVerb, ACardIsPrintedBeforeALaterOneHasAnswered) {
+    ScriptedCard first;
+    ScriptedCard second;
+    Program get({"get", first.target() + "," + second.target(), "control.bpClkRef", "--timeout", "30s"});
+    const Request request = second.request();
+    first.answer(answerTo(first.request(), "01"));
+    EXPECT_EQ(get.outLine(), first.target() + " control.bpClkRef = 1");
+    second.answer(answerTo(request, "02"));
+    EXPECT_EQ(get.finish(), 0);
+}
+
+TEST(GetVerb, ASilentCardDoesNotHideTheOthers) {
+    ScriptedCard silent;
+    ScriptedCard living;
+    Program get({"get", silent.target() + "," + living.target(), "control.bpClkRef", "--timeout", "300ms",
+                 "--retries", "1", "--json"});
+    living.answer(answerTo(living.request(), "02"));
+    EXPECT_EQ(get.finish(), 5);
+    EXPECT_EQ(get.err(), "lcmp: " + silent.target() + " did not answer (2 tries)\n");
+    const json all = json::parse(get.out());
+    ASSERT_EQ(all.size(), 2U);
+    EXPECT_EQ(all[0]["card"], silent.target());
+    EXPECT_THAT(std::string(all[0]["error"]["text"]), HasSubstr("did not answer"));
+    EXPECT_EQ(all[1]["value"], 2);
+}
+
+TEST(GetVerb, WhatIsSaidOfAVariableNamesTheCardWhereThereAreSeveral) {
+    ScriptedCard first;
+    ScriptedCard second;
+    std::vector<std::string> words = {
+        "get", first.target() + "," + second.target(), "--timeout", "100ms", "--retries", "0"};
+    for (const std::string& name : manyNames(149))
+        words.push_back(name);
+    const Ended ended = run(words);
+    EXPECT_EQ(ended.status, 3);
+    EXPECT_THAT(ended.err, HasSubstr("lcmp: " + first.target() + " did not answer (1 try)\n"));
+    EXPECT_THAT(ended.err,
+                HasSubstr("lcmp: " + second.target() + ": 0x41000094 was not asked for any more\n"));
+}
+
+TEST(GetVerb, SeveralCardsShareOneHeading) {
+    Program rack({"card", "--listen", "127.0.0.1:0", "--cards", "3", "--period", "0"});
+    std::string targets = rack.listening();
+    for (int i = 1; i < 3; ++i)
+        targets += "," + rack.listening();
+    const Ended ended =
+        run({"get", targets, "control.bpClkRef", "identity.ifcSlot", "-o", "csv", "--timeout", "30s"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(std::count(ended.out.begin(), ended.out.end(), '\n'), 1 + 3 * 2);
+    EXPECT_THAT(ended.out, StartsWith("card,oid,name,type,value,error\n"));
+}
+
+TEST(GetVerb, MoreCardsThanAreAskedAtOnceAreAllAsked) {
+    Program rack({"card", "--listen", "127.0.0.1:0", "--cards", "150", "--period", "0"});
+    std::string targets = rack.listening();
+    for (int i = 1; i < 150; ++i)
+        targets += "," + rack.listening();
+    const Ended ended = run({"get", targets, "identity.ifcSlot", "-o", "value", "--timeout", "30s"});
+    EXPECT_EQ(ended.status, 0) << ended.err;
+    EXPECT_EQ(std::count(ended.out.begin(), ended.out.end(), '\n'), 150);
+}
+
 }  // namespace

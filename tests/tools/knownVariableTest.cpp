@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "wiresharkNames.h"
+
 namespace {
 
 tool::Element element(LcmpTlvType type, const std::string& text) {
@@ -41,6 +43,29 @@ TEST(KnownVariable, AValueThatIsNoneHasNoWord) {
     value.tlv().len = 2;
     EXPECT_EQ(known.wordFor(value), "");
     EXPECT_EQ(known.wordFor(tool::Element()), "");
+}
+
+// The dissector knows what stands in its names file, and nothing else.
+TEST(KnownVariable, IsCalledAsInTheDissectorsNamesOfEveryModel) {
+    for (const char* file : {"standard", "linecard48", "fantray"}) {
+        LcmpModel model;
+        std::vector<LcmpModelError> errors;
+        ASSERT_TRUE(lcmpModelLoadFile(std::string(LCMP_MODELS_DIR) + "/" + file + ".yaml", model, errors));
+        const std::vector<tool::NamedVariable> named = tool::namedVariables(model);
+        ASSERT_FALSE(named.empty());
+        for (const tool::NamedVariable& variable : named) {
+            const bool isTable = lcmpModelFindObject(model, variable.object)->isTable();
+            const tool::KnownVariable known = tool::knownVariable(variable.oid, model);
+            EXPECT_EQ(known.name, variable.object + (isTable ? "[0]." : ".") + variable.variable);
+            EXPECT_EQ(known.unit, variable.unit);
+            EXPECT_EQ(known.words, variable.words);
+        }
+    }
+}
+
+TEST(KnownVariable, OfAnotherModelIsNotTheStandardCards) {
+    const LcmpModel empty;
+    EXPECT_EQ(tool::knownVariable(0x11800002, empty).name, "");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "frameBuilder.h"
+#include "lcmpTlv.h"
 #include "program.h"
 #include "scriptedCard.h"
 
@@ -26,7 +27,15 @@ public:
         return m_request;
     }
 
+    /// Waits for a request to read and answers it.
+    void tell(const Elements& values) {
+        request();
+        EXPECT_EQ(m_request.action, 1U);
+        m_card.answer(readResponse(m_request.id, 0, 0, values));
+    }
+
     void send(const std::string& frame) { m_card.answer(frame); }
+    unsigned int lastId() const { return m_request.id; }
     std::string card() const { return m_card.target(); }
 
     int status() { return m_program.finish(); }
@@ -212,6 +221,177 @@ TEST(SetVerb, WhatIsWrongWithAValueIsSaidBeforeAnythingIsSent) {
     EXPECT_EQ(ended.err, "lcmp: control.bpClkRef: 300 does not fit UINT8, which holds 0 to 255\n");
     EXPECT_EQ(run({"set", "127.0.0.1", "0x50c10005=7"}).err,
               "lcmp: the type of 0x50c10005 is not known; write it, like 0x50c10005:UINT32=7\n");
+}
+
+// ---------------------------------------------------------------- --verify
+
+constexpr unsigned int bpClkRef = 0x11800002;
+constexpr unsigned int setCommitTimer = 0x0200000A;
+
+TEST(SetVerb, VerifyingReadsBackWhatWasWritten) {
+    Set set({"control.bpClkRef=3", "--verify"});
+    EXPECT_EQ(set.answer().action, 2U);
+    set.tell({{bpClkRef, UINT8, "03"}});
+    EXPECT_EQ(set.status(), 0);
+    EXPECT_EQ(set.out(), "control.bpClkRef = 3\n");
+}
+
+TEST(SetVerb, VerifyingTellsWhatReadsBackOtherwise) {
+    struct Case {
+        Element readBack;
+        const char* said;
+    };
+    const std::vector<Case> cases = {
+        {{bpClkRef, UINT8, "04"}, " has control.bpClkRef = 4 after 3 was written\n"},
+        {{bpClkRef, UINT16, "0003"}, " has control.bpClkRef = 3 (UINT16) after 3 was written\n"},
+    };
+    for (const Case& c : cases) {
+        Set set({"control.bpClkRef=3", "--verify"});
+        set.answer();
+        set.tell({c.readBack});
+        EXPECT_EQ(set.status(), 5);
+        EXPECT_EQ(set.out(), "");
+        EXPECT_EQ(set.err(), "lcmp: " + set.card() + c.said);
+    }
+}
+
+TEST(SetVerb, VerifyingTellsWhatCannotBeReadBack) {
+    Set set({"control.bpClkRef=3", "--verify"});
+    set.answer();
+    set.request();
+    set.send(header(3, set.lastId()));
+    EXPECT_EQ(set.status(), 5);
+    EXPECT_THAT(set.err(), HasSubstr("was sent control.bpClkRef, which could not be read back: "));
+}
+
+TEST(SetVerb, WhatWasRefusedIsNotVerified) {
+    Set set({"control.bpClkRef=4", "--verify"});
+    set.answer(9);
+    EXPECT_EQ(set.status(), 4);
+}
+
+// ---------------------------------------------------------------- --if-equals
+
+TEST(SetVerb, WritesWhereTheOldValueIsTheExpectedOne) {
+    Set set({"control.bpClkRef=3", "download.setCommitTimer=7", "--if-equals", "128", "--if-equals", "5"});
+    set.tell({{bpClkRef, UINT8, "80"}, {setCommitTimer, INT32, "00000005"}});
+    EXPECT_EQ(set.answer().action, 2U);
+    EXPECT_EQ(set.status(), 0);
+}
+
+TEST(SetVerb, WritesNothingWhereOneOldValueIsAnother) {
+    Set set({"control.bpClkRef=3", "download.setCommitTimer=7", "--if-equals", "128", "--if-equals", "5"});
+    set.tell({{bpClkRef, UINT8, "80"}, {setCommitTimer, INT32, "00000006"}});
+    EXPECT_EQ(set.status(), 5) << "ends without a request to write, or this would wait";
+    EXPECT_EQ(set.out(), "");
+    EXPECT_EQ(set.err(), "lcmp: control.bpClkRef was not written\nlcmp: " + set.card() +
+                             " has download.setCommitTimer = 6, not 5: it was not written\n");
+}
+
+TEST(SetVerb, WritesNothingWhereAnOldValueCannotBeRead) {
+    Set set({"control.bpClkRef=3", "--if-equals", "128"});
+    set.request();
+    set.send(readResponse(set.lastId(), 7, 0));
+    EXPECT_EQ(set.status(), 4);
+    EXPECT_THAT(set.err(), HasSubstr("refused control.bpClkRef: RESULT WRONG OID"));
+}
+
+TEST(SetVerb, AWordOfTheModelIsAnOldValueToo) {
+    const std::string model = std::string(LCMP_MODELS_DIR) + "/linecard48.yaml";
+    Program card({"card", "--listen", "127.0.0.1:0", "--period", "0", "--model", model});
+    const std::string target = card.listening();
+    const Ended ended = run({"set", target, "port[1].enabled=false", "--if-equals", "true", "--verify",
+                             "--model", model, "--timeout", "30s"});
+    EXPECT_EQ(ended.status, 0) << ended.err;
+    EXPECT_EQ(ended.out, "port[1].enabled = false\n");
+}
+
+// ---------------------------------------------------------------- --dry-run
+
+// Nobody is there to be asked.
+Ended dryRun(const std::vector<std::string>& words) {
+    std::vector<std::string> all = {"set", "127.0.0.1:1", "--dry-run"};
+    all.insert(all.end(), words.begin(), words.end());
+    return run(all);
+}
+
+TEST(SetVerb, ADryRunShowsWhatWouldBeSent) {
+    const Ended ended = dryRun({"control.bpClkRef=3", "0x50c10005:UINT32=7", "download.filename="});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out,
+              "control.bpClkRef = 3  UINT8  11800002 03 0001 03\n"
+              "0x50c10005 = 7  UINT32  50c10005 01 0004 00000007  not in the model\n"
+              "download.filename = \"\"  STRING  02000000 09 0000\n");
+    EXPECT_EQ(ended.err, "");
+}
+
+TEST(SetVerb, ADryRunTellsEveryRuleThatIsBroken) {
+    const Ended ended = dryRun({"control.bpClkRef=4", "identity.ifcSlot=1", "control.guid=short",
+                                "control.bpClkRef:UINT16=3", "control.bpClkRef=2"});
+    EXPECT_EQ(ended.status, 4);
+    EXPECT_EQ(
+        ended.err,
+        "lcmp: the model refuses control.bpClkRef: 4 is not allowed: 0 to 3, 128 (RESULT WRONG VALUE)\n"
+        "lcmp: the model refuses identity.ifcSlot: it is read-only (RESULT READ ONLY)\n"
+        "lcmp: the model refuses control.guid: 5 bytes are too short: at least 36 (RESULT WRONG VALUE)\n"
+        "lcmp: the model refuses control.bpClkRef: its type is UINT8 (RESULT WRONG TYPE)\n");
+}
+
+// The card has the last word; the dry run says it beforehand.
+TEST(SetVerb, ADryRunSaysWhatACardOfTheModelDoes) {
+    Program card({"card", "--listen", "127.0.0.1:0", "--period", "0"});
+    const std::string target = card.listening();
+    for (const char* assignment :
+         {"control.bpClkRef=4", "control.bpClkRef=3", "identity.ifcSlot=1", "control.guid=short",
+          "control.bpClkRef:UINT16=3", "download.filename=a"}) {
+        const Ended real = run({"set", target, assignment, "--timeout", "30s", "-o", "jsonl"});
+        const Ended dry = dryRun({assignment, "-o", "jsonl"});
+        EXPECT_EQ(dry.status, real.status) << assignment;
+        const json said = json::parse(dry.out);
+        EXPECT_EQ(said.contains("error") ? said["error"]["result"] : json(0),
+                  real.status == 0 ? json(0) : json::parse(real.out)["error"]["result"])
+            << assignment;
+    }
+}
+
+TEST(SetVerb, ADryRunPrintsEveryFormat) {
+    EXPECT_EQ(dryRun({"control.bpClkRef=4", "-o", "csv"}).out,
+              "oid,name,type,value,element,error\n"
+              "0x11800002,control.bpClkRef,UINT8,4,1180000203000104,\"4 is not allowed: 0 to 3, 128\"\n");
+    EXPECT_EQ(dryRun({"control.bpClkRef=3", "-o", "value"}).out, "3\n");
+    EXPECT_EQ(json::parse(dryRun({"control.bpClkRef=3", "--json"}).out),
+              json::array({{{"oid", "0x11800002"},
+                            {"name", "control.bpClkRef"},
+                            {"type", "UINT8"},
+                            {"value", 3},
+                            {"element", "1180000203000103"},
+                            {"checked", true}}}));
+}
+
+// ---------------------------------------------------------------- several cards
+
+TEST(SetVerb, SeveralCardsAreWrittenAndEachAnswersForItself) {
+    ScriptedCard first;
+    ScriptedCard second;
+    Program set({"set", first.target() + "," + second.target(), "control.bpClkRef=3", "--timeout", "30s"});
+    second.answer(writeResponse(second.request().id, 0, 0));
+    first.answer(writeResponse(first.request().id, 9, 0));
+    EXPECT_EQ(set.finish(), 5);
+    EXPECT_EQ(set.out(), second.target() + " control.bpClkRef = 3\n");
+    EXPECT_EQ(set.err(), "lcmp: " + first.target() + " refused control.bpClkRef: RESULT WRONG VALUE\n");
+}
+
+TEST(SetVerb, OnEveryCardTheOldValueIsComparedForItself) {
+    Program rack({"card", "--listen", "127.0.0.1:0", "--cards", "2", "--period", "0"});
+    const std::string first = rack.listening();
+    const std::string second = rack.listening();
+    EXPECT_EQ(run({"set", first, "control.bpClkRef=1", "--timeout", "30s"}).status, 0);
+    const Ended ended = run({"set", first + "," + second, "control.bpClkRef=2", "--if-equals", "128",
+                             "--verify", "--timeout", "30s"});
+    EXPECT_EQ(ended.status, 5);
+    EXPECT_EQ(ended.out, second + " control.bpClkRef = 2\n");
+    EXPECT_EQ(ended.err, "lcmp: " + first + " has control.bpClkRef = 1, not 128: it was not written\n");
+    EXPECT_EQ(run({"get", first, "control.bpClkRef", "-o", "value", "--timeout", "30s"}).out, "1\n");
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <signal.h>
 
 #include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
 
 #include "frameBuilder.h"
 #include "lcmpTlv.h"
@@ -154,6 +156,148 @@ TEST(WatchVerb, AnAddressThatIsTakenIsALocalFailure) {
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.out, "");
     EXPECT_THAT(ended.err, HasSubstr("Address already in use"));
+}
+
+// ---------------------------------------------------------------- polling
+
+// lcmp watch of a card that the test plays.
+class Polled {
+public:
+    explicit Polled(const std::vector<std::string>& options = {}, const std::string& timeout = "30s")
+        : m_program(words(m_card, timeout, options)) {}
+
+    /// Waits for a request and answers it with a temperature.
+    void temperature(const std::string& degrees) {
+        m_card.answer(readResponse(m_card.request().id, 0, 0, {{temperature0, INT32, degrees}}));
+    }
+
+    ScriptedCard& card() { return m_card; }
+    std::string target() const { return m_card.target(); }
+    Program& program() { return m_program; }
+
+    /// The next line, but for its time.
+    std::string line() {
+        const std::string line = m_program.outLine();
+        return line.substr(std::min(line.size(), line.find(' ') + 1));
+    }
+
+private:
+    static std::vector<std::string> words(const ScriptedCard& card, const std::string& timeout,
+                                          const std::vector<std::string>& options) {
+        std::vector<std::string> all = {
+            "watch", card.target(), "--poll", "1ms",         "--retries",
+            "0",     "--timeout",   timeout,  "--variables", "temperature[0].value"};
+        all.insert(all.end(), options.begin(), options.end());
+        return all;
+    }
+
+    ScriptedCard m_card;
+    Program m_program;
+};
+
+TEST(WatchVerb, ShowsWhatPollingFindsChanged) {
+    Polled watch({"--count", "2"});
+    watch.temperature("00000014");
+    watch.temperature("00000014");
+    watch.temperature("00000015");
+    EXPECT_EQ(watch.line(), watch.target() + " temperature[0].value 21 °C (was 20; polled)");
+    watch.temperature("00000016");
+    EXPECT_EQ(watch.program().finish(), 0);
+}
+
+TEST(WatchVerb, ShowsTheFirstPollOnDemand) {
+    Polled watch({"--first"});
+    watch.temperature("00000014");
+    EXPECT_EQ(watch.line(), watch.target() + " temperature[0].value 20 °C (polled)");
+}
+
+TEST(WatchVerb, MarksPolledValuesInJson) {
+    Polled watch({"--first", "--json"});
+    watch.temperature("00000014");
+    const json first = json::parse(watch.program().outLine());
+    EXPECT_EQ(first["polled"], true);
+    EXPECT_EQ(first["value"], 20);
+    EXPECT_EQ(first["card"], watch.target());
+}
+
+TEST(WatchVerb, TellsOfSilenceOnceAndOfItsEnd) {
+    Polled watch({"--first"}, "500ms");
+    watch.temperature("00000014");
+    EXPECT_EQ(watch.line(), watch.target() + " temperature[0].value 20 °C (polled)");
+    watch.card().request();
+    watch.card().request();
+    EXPECT_EQ(watch.line(), watch.target() + " does not answer");
+    watch.card().request();
+    watch.temperature("00000015");
+    EXPECT_EQ(watch.line(), watch.target() + " answers again");
+    EXPECT_EQ(watch.line(), watch.target() + " temperature[0].value 21 °C (was 20; polled)");
+}
+
+TEST(WatchVerb, EventsArriveWhileAPolledCardIsSilent) {
+    Polled watch({"--listen", "127.0.0.1:0"});
+    const std::string address = watch.program().listening();
+    watch.temperature("00000014");
+    watch.card().request();  // and no answer for half a minute
+    watch.card().send(event(1, "00000015"), address);
+    EXPECT_EQ(watch.line(), watch.target() + " temperature[0].value 21 °C (was 20)") << "an event knows it";
+}
+
+TEST(WatchVerb, WhatAPolledCardRefusesIsToldOnceAndNotAskedAgain) {
+    Polled watch({"--first", "--variables", "control.bpClkRef"});
+    Request request = watch.card().request();
+    ASSERT_EQ(request.variables.size(), 2U);
+    watch.card().answer(readResponse(request.id, 7, 1));
+    for (const char* degrees : {"00000014", "00000015"}) {
+        request = watch.card().request();
+        ASSERT_EQ(request.variables.size(), 1U);
+        watch.card().answer(readResponse(request.id, 0, 0, {{temperature0, INT32, degrees}}));
+    }
+    watch.line();
+    watch.line();
+    watch.program().signal(SIGINT);
+    EXPECT_EQ(watch.program().finish(), 0);
+    EXPECT_EQ(watch.program().err(),
+              "lcmp: " + watch.target() + " refused control.bpClkRef: RESULT WRONG OID\n");
+}
+
+TEST(WatchVerb, AMalformedAnswerOfAPolledCardIsToldAndPollingGoesOn) {
+    Polled watch({"--first"});
+    const unsigned int id = watch.card().request().id;
+    watch.card().answer(header(3, id));
+    EXPECT_THAT(watch.program().errLine(), HasSubstr(watch.target() + " sent a malformed answer"));
+    watch.temperature("00000014");
+    EXPECT_EQ(watch.line(), watch.target() + " temperature[0].value 20 °C (polled)");
+}
+
+TEST(WatchVerb, ASilentCardHoldsUpNoOther) {
+    ScriptedCard silent;
+    ScriptedCard living;
+    Program watch({"watch", silent.target() + "," + living.target(), "--poll", "1ms", "--variables",
+                   "temperature[0].value", "--timeout", "1h", "--first"});
+    silent.request();
+    living.answer(readResponse(living.request().id, 0, 0, {{temperature0, INT32, "00000014"}}));
+    EXPECT_THAT(watch.outLine(), HasSubstr(living.target() + " temperature[0].value 20"));
+    watch.signal(SIGTERM);
+    EXPECT_EQ(watch.finish(), 0);
+}
+
+TEST(WatchVerb, PollsAllThatTheModelHas) {
+    Program card({"card", "--listen", "127.0.0.1:0", "--period", "0"});
+    std::set<std::string> names;
+    std::istringstream objects(run({"model", "list", "-o", "jsonl"}).out);
+    std::size_t count = 0;
+    for (std::string line; std::getline(objects, line);) {
+        const json object = json::parse(line);
+        count += object["rows"].get<std::size_t>() * object["variables"].get<std::size_t>();
+    }
+    const Ended ended = run({"watch", card.listening(), "--poll", "1h", "--first", "--count",
+                             std::to_string(count), "--timeout", "30s", "-o", "jsonl"});
+    EXPECT_EQ(ended.status, 0);
+    std::istringstream lines(ended.out);
+    for (std::string line; std::getline(lines, line);)
+        names.insert(json::parse(line)["name"]);
+    EXPECT_EQ(names.size(), count);
+    EXPECT_EQ(names.count("temperature[3].value"), 1U);
 }
 
 }  // namespace

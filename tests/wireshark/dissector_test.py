@@ -3,6 +3,7 @@
 
 usage: dissector_test.py [TESTS...], with LCMP_PROGRAM and LCMP_TSHARK in the environment
 """
+import json
 import pathlib
 import random
 import re
@@ -256,6 +257,33 @@ class Names(Dissector):
                  self.dissected_with(self.NAMES)]
         self.assertEqual(found, [("lamp[5].state", "dim", "lx"), ("lamp[16383].state", "off", "lx"),
                                  ("lamp[6].state", None, "lx"), ("fan.on", "runs", None)])
+
+    def test_of_a_model_are_those_that_decode_says(self):
+        for model in ("linecard48", "fantray"):
+            with self.subTest(model):
+                self.expect_names_of(readers.ROOT / "models" / f"{model}.yaml")
+
+    def expect_names_of(self, model):
+        """Every variable of the model in a frame, with a number that has a word where there is one."""
+        def lcmp(*arguments):
+            return subprocess.run([readers.PROGRAM, "model", *arguments, "--model", model], capture_output=True,
+                                  check=True, timeout=60).stdout.decode()
+        names = lcmp("generate", "--wireshark", "--name", "mine", "--to", self.folder).strip()
+        capture = capturing.Capture()
+        shown = json.loads(lcmp("show", "--json"))
+        for number, variable in enumerate(shown):
+            value = max(map(int, variable.get("names", {"5": ""})))
+            capture.add(CARD, CONTROLLER, bytes.fromhex("4F544E31 01 05") + number.to_bytes(2, "big") + bytes(8) +
+                        bytes.fromhex(variable["oid"][2:]) + b"\x03\x00\x01" + value.to_bytes(1, "big"))
+        path = capture.write(self.folder / "test.pcap")
+        status, decoded = readers.decode(path, "--model", model)
+        self.assertEqual(status, 0)
+        dissected = readers.dissect(path, self.folder, "-o", f"lcmp.names:{names}")
+        self.assertEqual(dissected, [readers.comparable(frame) for frame in decoded])
+        self.assertEqual([frame["elements"][0]["name"].replace("[0]", "[row]") for frame in decoded],
+                         [variable["name"] for variable in shown])
+        self.assertEqual(any("word" in frame["elements"][0] for frame in decoded),
+                         any("names" in variable for variable in shown))
 
     def test_a_file_without_names_is_told_and_does_no_harm(self):
         for text in ("", "nonsense (", "return 7", "return {}", 'os.execute("true")'):

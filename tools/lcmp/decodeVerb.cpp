@@ -10,6 +10,7 @@
 #include "datagram.h"
 #include "frameOutput.h"
 #include "hexText.h"
+#include "modelOption.h"
 #include "output.h"
 #include "verbs.h"
 
@@ -20,6 +21,7 @@ struct DecodeOptions {
     std::string file = "-";
     std::optional<unsigned int> port;
     std::string format = "text";
+    std::string model;
 };
 
 // What decode reads holds the input until all is printed: frames point into it.
@@ -141,8 +143,10 @@ void tell(const DecodeOptions& options, const std::string& text) {
 }
 
 ExitStatus decode(const DecodeOptions& options) {
+    const auto model = loadModel(options.model);
     const Input input(options);
-    const bool allSound = printFrames(std::cout, options.format, input.frames(), linksOf(input.frames()));
+    const bool allSound =
+        printFrames(std::cout, options.format, input.frames(), linksOf(input.frames()), *model);
     std::cout.flush();
     tell(options, input.leftOut());
     tell(options, input.problem());
@@ -165,6 +169,7 @@ void addDecodeVerb(CLI::App& program, ExitStatus& status) {
         ->type_name("PORT")
         ->check(CLI::Range(0, 65535));
     addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
+    addModelOption(*verb, options->model);
     verb->footer(
         "FILE is one of\n"
         "  a capture, pcap or pcapng: responses are shown with their requests and the time between them;\n"

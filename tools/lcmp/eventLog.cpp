@@ -1,29 +1,17 @@
 #include "eventLog.h"
 
-#include <ctime>
-#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "lcmpmsg.h"
-#include "output.h"
 #include "timeText.h"
 
 namespace tool {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 // Whoever may send can invent cards and variables without end; what is remembered of them has one.
 constexpr std::size_t maxCards = 1024;
-constexpr std::size_t maxValuesOfCard = 16384;
 
 constexpr int idRange = 65536;
-
-std::string now() {
-    timespec time{};
-    clock_gettime(CLOCK_REALTIME, &time);
-    return timeText(static_cast<std::uint32_t>(time.tv_sec), static_cast<std::uint32_t>(time.tv_nsec / 1000));
-}
 
 bool isRequest(int action) { return action == LCMP_ACTION_READ || action == LCMP_ACTION_WRITE; }
 
@@ -37,7 +25,7 @@ int missingIds(int expected, int received) {
 
 EventLog::EventLog(std::ostream& out, std::ostream& diagnostics, Format format, unsigned long limit,
                    const LcmpModel& model)
-    : m_out(out), m_notices(diagnostics), m_format(format), m_limit(limit), m_model(model) {}
+    : m_lines(out, format), m_notices(diagnostics), m_limit(limit), m_model(model) {}
 
 void EventLog::take(const LcmpUdpAddress& address, const char* frame, int size) {
     const std::string name = lcmpUdpToText(address);
@@ -56,7 +44,7 @@ void EventLog::take(const LcmpUdpAddress& address, const char* frame, int size) 
     card.lastFrame.assign(frame, static_cast<std::size_t>(size));
     LCMPAmi event;
     if (isRequest(header.getAction()))
-        followNumbering(now(), name, card, header.getMessageId());
+        followNumbering(timeTextNow(), name, card, header.getMessageId());
     else if (header.getAction() == LCMP_ACTION_AMI && event.deserialize(frame, size) == RESULT_OK)
         takeEvent(event, name, card, frame, size);
     else if (header.getAction() == LCMP_ACTION_AMI)
@@ -73,24 +61,8 @@ EventLog::Card& EventLog::cardAt(const LcmpUdpAddress& address) {
 void EventLog::followNumbering(const std::string& time, const std::string& name, Card& card, int id) {
     const int expected = (card.lastId + 1) % idRange;
     if (card.lastId >= 0 && id != expected && !full())
-        printGap(time, name, expected, id);
+        m_lines.printGap({time, name}, expected, id, missingIds(expected, id));
     card.lastId = id;
-}
-
-void EventLog::printGap(const std::string& time, const std::string& name, int expected, int received) {
-    const int missing = missingIds(expected, received);
-    if (m_format == Format::jsonl) {
-        Json gap = {{"expected", expected}, {"received", received}};
-        if (missing != 0)
-            gap["missing"] = missing;
-        m_out << jsonLine({{"time", time}, {"card", name}, {"gap", gap}}) << std::flush;
-        return;
-    }
-    m_out << time << ' ' << name << " gap: message " << received << " instead of " << expected << ", ";
-    if (missing != 0)
-        m_out << missing << " missing" << std::endl;
-    else
-        m_out << "the numbering went back" << std::endl;
 }
 
 void EventLog::takeEvent(const LCMPAmi& event, const std::string& name, Card& card, const char* frame,
@@ -103,38 +75,44 @@ void EventLog::takeEvent(const LCMPAmi& event, const std::string& name, Card& ca
                  "an event whose element " + std::to_string(elements.size()) + " does not fit");
     for (const Element& element : elements) {
         if (!full())
-            printValue(time, name, card, element);
+            takeValue({time, name}, card, element);
     }
 }
 
-void EventLog::printValue(const std::string& time, const std::string& name, Card& card,
-                          const Element& element) {
-    const Variable variable = variableOfOid(element.oid(), m_model);
-    if (!hasLengthOfType(element))
-        return complain("malformed values", name,
-                        "a malformed value of " + variable.name + ": " + lcmpTlvTypeName(element.type()) +
-                            " of " + std::to_string(element.length()) + " bytes");
+void EventLog::takeValue(const EventLines::Origin& origin, Card& card, const Element& element) {
+    if (hasLengthOfType(element))
+        return printValue(origin, card, element, false);
+    complain("malformed values", origin.card,
+             "a malformed value of " + variableOfOid(element.oid(), m_model).name + ": " +
+                 lcmpTlvTypeName(element.type()) + " of " + std::to_string(element.length()) + " bytes");
+}
+
+void EventLog::takePolled(const LcmpUdpAddress& address, const Element& value, bool showsFirst) {
+    Card& card = cardAt(address);
+    const auto old = card.values.find(value.oid());
+    const bool isKnown = old != card.values.end();
+    if (!isKnown && !showsFirst)
+        return remember(card, value);
+    if (!full() && !(isKnown && isSameValue(old->second, value)))
+        printValue({timeTextNow(), lcmpUdpToText(address)}, card, value, true);
+}
+
+void EventLog::tellAnswering(const LcmpUdpAddress& address, bool answers) {
+    if (!full())
+        m_lines.printAnswering({timeTextNow(), lcmpUdpToText(address)}, answers);
+}
+
+void EventLog::printValue(const EventLines::Origin& origin, Card& card, const Element& element,
+                          bool isPolled) {
     const auto old = card.values.find(element.oid());
-    const bool known = old != card.values.end();
-    if (m_format == Format::jsonl) {
-        Json line = {
-            {"time", time}, {"card", name}, {"oid", oidText(element.oid())}, {"name", variable.name}};
-        addJsonValue(variable, element, line);
-        if (known)
-            line["old"] = jsonValue(old->second);
-        if (*variable.unit != '\0')
-            line["unit"] = variable.unit;
-        m_out << jsonLine(line) << std::flush;
-    } else {
-        m_out << time << ' ' << name << ' ' << variable.name << ' ' << displayText(variable, element);
-        if (*variable.unit != '\0')
-            m_out << ' ' << variable.unit;
-        if (known)
-            m_out << " (was " << displayText(old->second) << ')';
-        m_out << std::endl;
-    }
+    m_lines.print(origin, {variableOfOid(element.oid(), m_model), element,
+                           old == card.values.end() ? nullptr : &old->second, isPolled});
     ++m_printed;
-    if (!known && card.values.size() >= maxValuesOfCard)
+    remember(card, element);
+}
+
+void EventLog::remember(Card& card, const Element& element) {
+    if (card.values.size() >= maxValuesOfCard && card.values.count(element.oid()) == 0)
         card.values.clear();
     card.values[element.oid()] = element;
 }

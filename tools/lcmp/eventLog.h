@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "eventLines.h"
 #include "lcmpUdpAddress.h"
 #include "limitedNotice.h"
 #include "standardNames.h"
@@ -21,7 +22,10 @@ namespace tool {
 /// within the limit.
 class EventLog {
 public:
-    enum class Format { text, jsonl };
+    using Format = EventLines::Format;
+
+    /// So many last values are remembered of a card; beyond that it begins anew.
+    static constexpr std::size_t maxValuesOfCard = 16384;
 
     /// Prints at most `limit` values; 0: any number. The streams and the model outlive the log.
     EventLog(std::ostream& out, std::ostream& diagnostics, Format format, unsigned long limit,
@@ -29,6 +33,13 @@ public:
 
     /// A received datagram. The same datagram twice in a row is shown once.
     void take(const LcmpUdpAddress& address, const char* frame, int size);
+
+    /// A value that the card was asked for. Shown when it is not the last one that is known of the variable,
+    /// whether by an event or by asking; a first one where `showsFirst`.
+    void takePolled(const LcmpUdpAddress& address, const Element& value, bool showsFirst);
+
+    /// A card that is asked has fallen silent, or answers again.
+    void tellAnswering(const LcmpUdpAddress& address, bool answers);
 
     /// What is said on `diagnostics`.
     LimitedNotice& notices() { return m_notices; }
@@ -45,14 +56,14 @@ private:
 
     Card& cardAt(const LcmpUdpAddress& address);
     void followNumbering(const std::string& time, const std::string& name, Card& card, int id);
-    void printGap(const std::string& time, const std::string& name, int expected, int received);
     void takeEvent(const LCMPAmi& event, const std::string& name, Card& card, const char* frame, int size);
-    void printValue(const std::string& time, const std::string& name, Card& card, const Element& element);
+    void takeValue(const EventLines::Origin& origin, Card& card, const Element& element);
+    void printValue(const EventLines::Origin& origin, Card& card, const Element& element, bool isPolled);
+    static void remember(Card& card, const Element& element);
     void complain(const char* cause, const std::string& name, const std::string& problem);
 
-    std::ostream& m_out;
+    EventLines m_lines;
     LimitedNotice m_notices;
-    Format m_format;
     unsigned long m_limit;
     const LcmpModel& m_model;
     unsigned long m_printed = 0;

@@ -20,6 +20,7 @@ using Json = nlohmann::ordered_json;
 // One frame with all that is to be told of it.
 struct Account {
     const FoundFrame& found;
+    const LcmpModel& model;
     Frame frame;
     const FoundFrame* request = nullptr;   // of a response
     const FoundFrame* response = nullptr;  // to a request
@@ -41,8 +42,9 @@ std::optional<unsigned int> refusedOid(const FrameHeader& response, const FoundF
     return asked.elements[*response.errorIndex].element.oid();
 }
 
-Account accountOf(const std::vector<FoundFrame>& frames, const FoundFrame& found, const FrameLinks& links) {
-    Account account{found, explainFrame(found.bytes, found.sentSize)};
+Account accountOf(const std::vector<FoundFrame>& frames, const FoundFrame& found, const FrameLinks& links,
+                  const LcmpModel& model) {
+    Account account{found, model, explainFrame(found.bytes, found.sentSize)};
     account.request = frameAt(frames, links.request);
     account.response = frameAt(frames, links.response);
     account.repeated = frameAt(frames, links.repeated);
@@ -54,8 +56,8 @@ Account accountOf(const std::vector<FoundFrame>& frames, const FoundFrame& found
     return account;
 }
 
-std::string nameOr(unsigned int oid) {
-    const std::string name = knownVariable(oid).name;
+std::string nameOr(unsigned int oid, const LcmpModel& model) {
+    const std::string name = knownVariable(oid, model).name;
     return name.empty() ? oidText(oid) : name;
 }
 
@@ -77,7 +79,7 @@ std::string resultPart(const Account& account) {
     if (header.errorIndex && refusesElement(*header.result))
         text += " at element " + std::to_string(*header.errorIndex);
     if (account.refusedOid)
-        text += ", " + nameOr(*account.refusedOid);
+        text += ", " + nameOr(*account.refusedOid, account.model);
     return text;
 }
 
@@ -134,8 +136,8 @@ std::string valueText(const FrameElement& element, const KnownVariable& known) {
     return known.unit.empty() || text.empty() ? text : text + " " + known.unit;
 }
 
-Row rowOf(const FrameElement& element) {
-    const KnownVariable known = knownVariable(element.element.oid());
+Row rowOf(const FrameElement& element, const LcmpModel& model) {
+    const KnownVariable known = knownVariable(element.element.oid(), model);
     std::string value = valueText(element, known);
     if (!element.fault.empty())
         value += (value.empty() ? "! " : "  ! ") + element.fault;
@@ -171,8 +173,8 @@ void printRows(std::ostream& out, const std::vector<Row>& rows) {
 void printText(std::ostream& out, const Account& account) {
     out << headLine(account) << '\n';
     std::vector<Row> rows;
-    std::transform(account.frame.elements.begin(), account.frame.elements.end(), std::back_inserter(rows),
-                   rowOf);
+    for (const FrameElement& element : account.frame.elements)
+        rows.push_back(rowOf(element, account.model));
     printRows(out, rows);
     if (account.frame.fault)
         out << leftPadded(std::to_string(account.frame.fault->offset)) << "  ! "
@@ -199,7 +201,7 @@ void addResult(Json& object, const Account& account) {
     if (!account.refusedOid)
         return;
     object["errorOid"] = oidText(*account.refusedOid);
-    const std::string name = knownVariable(*account.refusedOid).name;
+    const std::string name = knownVariable(*account.refusedOid, account.model).name;
     if (!name.empty())
         object["errorName"] = name;
 }
@@ -235,8 +237,8 @@ void addLinks(Json& object, const Account& account) {
         object["roundTrip"] = static_cast<double>(*account.roundTrip) / 1e9;
 }
 
-Json elementJson(const FrameElement& element) {
-    const KnownVariable known = knownVariable(element.element.oid());
+Json elementJson(const FrameElement& element, const LcmpModel& model) {
+    const KnownVariable known = knownVariable(element.element.oid(), model);
     Json object = {{"offset", element.offset}, {"oid", oidText(element.element.oid())}};
     if (!known.name.empty())
         object["name"] = known.name;
@@ -265,7 +267,7 @@ Json frameJson(const Account& account) {
     addLinks(object, account);
     object["elements"] = Json::array();
     for (const FrameElement& element : account.frame.elements)
-        object["elements"].push_back(elementJson(element));
+        object["elements"].push_back(elementJson(element, account.model));
     if (account.frame.fault)
         object["fault"] = {{"offset", account.frame.fault->offset}, {"reason", account.frame.fault->reason}};
     return object;
@@ -297,10 +299,10 @@ std::string frameFields(const Account& account) {
     return line + ',' + (account.roundTrip ? secondsText(*account.roundTrip) : "") + ',';
 }
 
-std::string elementFields(const FrameElement& element) {
+std::string elementFields(const FrameElement& element, const LcmpModel& model) {
     const Element& value = element.element;
     return std::to_string(element.offset) + ',' + oidText(value.oid()) + ',' +
-           csvField(knownVariable(value.oid()).name) + ',' + typeText(value.type()) + ',' +
+           csvField(knownVariable(value.oid(), model).name) + ',' + typeText(value.type()) + ',' +
            csvField(hasValue(element) ? plainText(value) : hexText(element.bytes)) + ',' +
            csvField(element.fault);
 }
@@ -309,7 +311,7 @@ void printCsv(std::ostream& out, const Account& account) {
     const std::string fields = frameFields(account);
     const std::optional<FrameFault>& fault = account.frame.fault;
     for (const FrameElement& element : account.frame.elements)
-        out << fields << elementFields(element) << '\n';
+        out << fields << elementFields(element, account.model) << '\n';
     if (fault)
         out << fields << fault->offset << ",,,,," << csvField(fault->reason) << '\n';
     else if (account.frame.elements.empty())
@@ -367,11 +369,11 @@ private:
 }  // namespace
 
 bool printFrames(std::ostream& out, const std::string& format, const std::vector<FoundFrame>& frames,
-                 const std::vector<FrameLinks>& links) {
+                 const std::vector<FrameLinks>& links, const LcmpModel& model) {
     bool allSound = true;
     Printer printer(out, format);
     for (std::size_t i = 0; i < frames.size() && out; ++i) {
-        const Account account = accountOf(frames, frames[i], links[i]);
+        const Account account = accountOf(frames, frames[i], links[i], model);
         allSound = allSound && account.frame.isSound();
         printer.print(account);
     }

@@ -8,6 +8,7 @@
 
 #include "captureFile.h"
 #include "conversations.h"
+#include "lcmpModel.h"
 
 namespace tool {
 
@@ -22,9 +23,9 @@ struct FoundFrame {
     std::size_t sentSize;  ///< Bytes on the network; a capture may have kept less.
 };
 
-/// Prints the frames, which are linked by position, as text, json, jsonl, csv or value. Returns whether all
-/// of them are sound.
+/// Prints the frames, which are linked by position, as text, json, jsonl, csv or value; variables are called
+/// as the model does. Returns whether all of them are sound.
 bool printFrames(std::ostream& out, const std::string& format, const std::vector<FoundFrame>& frames,
-                 const std::vector<FrameLinks>& links);
+                 const std::vector<FrameLinks>& links, const LcmpModel& model = lcmpModelStandard());
 
 }  // namespace tool

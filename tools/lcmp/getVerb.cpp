@@ -1,8 +1,8 @@
 // lcmp get: reads variables.
 #include <CLI/CLI.hpp>
-#include <iostream>
 #include <memory>
 
+#include "askCards.h"
 #include "clientOptions.h"
 #include "exchange.h"
 #include "modelOption.h"
@@ -14,7 +14,7 @@ namespace tool {
 namespace {
 
 struct GetOptions {
-    std::string target;
+    std::string targets;
     std::vector<std::string> names;
     std::string format = "text";
     std::string model;
@@ -27,11 +27,9 @@ ExitStatus get(const GetOptions& options) {
     std::vector<Variable> variables;
     for (const std::string& name : options.names)
         variables.push_back(resolveVariable(name, *model));
-    const LcmpUdpAddress card = parseTarget(options.target);
-    const std::vector<Outcome> outcomes = Exchange(card, settings, *model).read(variables);
-    printOutcomes(std::cout, options.format, card, variables, outcomes);
-    printProblems(outcomes);
-    return overallStatus(outcomes);
+    return askAndPrint(
+        parseTargets({options.targets}), variables, options.format,
+        [&](const LcmpUdpAddress& card) { return Exchange(card, settings, *model).read(variables); });
 }
 
 }  // namespace
@@ -39,7 +37,7 @@ ExitStatus get(const GetOptions& options) {
 void addGetVerb(CLI::App& program, ExitStatus& status) {
     const auto options = std::make_shared<GetOptions>();
     CLI::App* verb = program.add_subcommand("get", "Reads variables of a card");
-    verb->add_option("TARGET", options->target, "The card, HOST[:PORT]; the port is 17470 unless given")
+    verb->add_option("TARGET", options->targets, "The card, HOST[:PORT]; or several")
         ->required()
         ->type_name("");
     verb->add_option("NAME", options->names, "Any number of variables; as many requests are sent as it takes")
@@ -49,10 +47,14 @@ void addGetVerb(CLI::App& program, ExitStatus& status) {
     addModelOption(*verb, options->model);
     addClientOptions(*verb, options->client);
     verb->footer(
+        std::string("A TARGET is ") + targetsHelp +
+        "\nSeveral are asked at the same time.\n\n"
         "A NAME is object.variable, object[row].variable, or an OID in 0x or decimal. An OID that the "
         "card's\n"
         "model does not have may need its type, 0x50c10005:UINT32.\n\n"
-        "Example: lcmp get 192.0.2.1 identity.cardType temperature[0].value");
+        "The status is 5 when some variables of some cards were read and others were not.\n\n"
+        "Examples: lcmp get 192.0.2.1 identity.cardType temperature[0].value\n"
+        "          lcmp get 192.0.2.10-19 identity.ifcSlot -o csv");
     verb->callback([options, &status] { status = get(*options); });
 }
 

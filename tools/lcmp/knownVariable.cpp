@@ -39,8 +39,8 @@ std::map<long long, std::string> wordsOf(const LcmpModelVariable& variable) {
     return words;
 }
 
-KnownVariable knownVariable(unsigned int oid) {
-    const Variable variable = variableOfOid(oid);
+KnownVariable knownVariable(unsigned int oid, const LcmpModel& model) {
+    const Variable variable = variableOfOid(oid, model);
     if (variable.definition == nullptr)
         return {};
     return {variable.name, variable.unit, wordsOf(*variable.definition)};

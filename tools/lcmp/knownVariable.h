@@ -22,6 +22,7 @@ struct KnownVariable {
 /// The words of a variable's numbers.
 std::map<long long, std::string> wordsOf(const LcmpModelVariable& variable);
 
-KnownVariable knownVariable(unsigned int oid);
+/// What the model says of the variable with this OID.
+KnownVariable knownVariable(unsigned int oid, const LcmpModel& model = lcmpModelStandard());
 
 }  // namespace tool

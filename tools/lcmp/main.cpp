@@ -4,6 +4,7 @@
 #include <new>
 
 #include "nearestName.h"
+#include "output.h"
 #include "verbs.h"
 
 namespace {
@@ -11,7 +12,7 @@ namespace {
 using tool::ExitStatus;
 
 ExitStatus report(ExitStatus status, const std::string& text) {
-    std::cerr << "lcmp: " << text << '\n';
+    tool::tellProblem(text);
     return status;
 }
 
@@ -63,6 +64,7 @@ int main(int argc, char** argv) {
     tool::addRecordVerb(program, status);
     tool::addDiffVerb(program, status);
     tool::addWatchVerb(program, status);
+    tool::addPingVerb(program, status);
     tool::addOidVerb(program, status);
     tool::addModelVerb(program, status);
     tool::addDecodeVerb(program, status);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "colour.h"
 #include "lcmpModelGenerate.h"
 #include "modelOption.h"
 #include "output.h"
@@ -78,14 +79,21 @@ Json objectJson(const LcmpModelObject& object) {
 }
 
 void listText(const LcmpModelObject& object, std::size_t width) {
-    std::cout << object.name << std::string(width + 2 - object.name.size(), ' ')
-              << (object.isTable() ? "table " : "scalar") << "  id " << object.id
-              << (object.common ? ", common, " : ", ") << countText(object.variables.size(), "variable");
+    std::cout << painted(std::cout, Paint::name, object.name)
+              << std::string(width + 2 - object.name.size(), ' ') << (object.isTable() ? "table " : "scalar")
+              << "  id " << object.id << (object.common ? ", common, " : ", ")
+              << countText(object.variables.size(), "variable");
     if (object.isTable())
         std::cout << ", " << countText(object.rows, "row");
     if (!object.description.empty())
         std::cout << "  # " << object.description;
     std::cout << '\n';
+}
+
+void listCsv(const LcmpModelObject& object) {
+    std::cout << object.name << ',' << (object.isTable() ? "table" : "scalar") << ',' << object.id << ','
+              << (object.common ? "true" : "false") << ',' << object.rows << ',' << object.variables.size()
+              << ',' << csvField(object.description) << '\n';
 }
 
 ExitStatus list(const ModelOptions& options) {
@@ -94,9 +102,15 @@ ExitStatus list(const ModelOptions& options) {
     for (const LcmpModelObject& object : model->objects)
         width = std::max(width, object.name.size());
     Json all = Json::array();
+    if (options.format == "csv")
+        std::cout << "name,kind,id,common,rows,variables,description\n";
     for (const LcmpModelObject& object : model->objects) {
         if (options.format == "json")
             all.push_back(objectJson(object));
+        else if (options.format == "csv")
+            listCsv(object);
+        else if (options.format == "value")
+            std::cout << object.name << '\n';
         else if (options.format == "jsonl")
             std::cout << jsonLine(objectJson(object));
         else
@@ -140,7 +154,8 @@ std::string nameText(const LcmpModelObject& object, const LcmpModelVariable& var
 void showText(const LcmpModelObject& object, const LcmpModelVariable& variable) {
     Element element;
     setValue(variable.type, variable.defaultValue, element);
-    std::cout << oidText(lcmpModelOid({&object, &variable, 0})) << "  " << nameText(object, variable) << "  "
+    std::cout << oidText(lcmpModelOid({&object, &variable, 0})) << "  "
+              << painted(std::cout, Paint::name, nameText(object, variable)) << "  "
               << lcmpTlvTypeName(variable.type)
               << (variable.access == IFC_CARD_VAR_READ_ONLY ? ", read-only" : ", writable") << ", default "
               << displayText(element);
@@ -150,6 +165,17 @@ void showText(const LcmpModelObject& object, const LcmpModelVariable& variable) 
     if (!variable.description.empty())
         std::cout << "  # " << variable.description;
     std::cout << '\n';
+}
+
+void showCsv(const LcmpModelObject& object, const LcmpModelVariable& variable) {
+    const std::string rules = rulesText(variable);
+    std::cout << oidText(lcmpModelOid({&object, &variable, 0})) << ',' << nameText(object, variable) << ','
+              << lcmpTlvTypeName(variable.type) << ','
+              << (variable.access == IFC_CARD_VAR_READ_ONLY ? "read-only" : "writable") << ','
+              << csvField(lcmpModelValueText(variable.type, variable.defaultValue)) << ','
+              << (variable.eventable ? "true" : "false") << ',' << csvField(variable.unit) << ','
+              << csvField(rules.empty() ? "" : rules.substr(2)) << ',' << csvField(variable.description)
+              << '\n';
 }
 
 Json variableJson(const LcmpModelObject& object, const LcmpModelVariable& variable) {
@@ -216,12 +242,18 @@ ExitStatus show(const ModelOptions& options) {
         return ExitStatus::done;
     }
     Json all = Json::array();
+    if (options.format == "csv")
+        std::cout << "oid,name,type,access,default,eventable,unit,rules,description\n";
     for (const LcmpModelObject* object : objects) {
         for (const LcmpModelVariable& variable : object->variables) {
             if (options.format == "json")
                 all.push_back(variableJson(*object, variable));
             else if (options.format == "jsonl")
                 std::cout << jsonLine(variableJson(*object, variable));
+            else if (options.format == "csv")
+                showCsv(*object, variable);
+            else if (options.format == "value")
+                std::cout << nameText(*object, variable) << '\n';
             else
                 showText(*object, variable);
         }
@@ -271,7 +303,7 @@ void addLint(CLI::App& verb, const Options& options, ExitStatus& status) {
 void addList(CLI::App& verb, const Options& options, ExitStatus& status) {
     CLI::App* listVerb = verb.add_subcommand("list", "Lists the objects of a model");
     addModelOption(*listVerb, options->file);
-    addFormatOption(*listVerb, options->format, {"text", "json", "jsonl"});
+    addFormatOption(*listVerb, options->format, {"text", "json", "jsonl", "csv", "value"});
     listVerb->callback([options, &status] { status = list(*options); });
 }
 
@@ -280,7 +312,7 @@ void addShow(CLI::App& verb, const Options& options, ExitStatus& status) {
         verb.add_subcommand("show", "Shows the variables of objects, with their OIDs and rules");
     showVerb->add_option("OBJECT", options->names, "Only these objects")->type_name("");
     addModelOption(*showVerb, options->file);
-    addFormatOption(*showVerb, options->format, {"text", "json", "jsonl", "yaml"});
+    addFormatOption(*showVerb, options->format, {"text", "json", "jsonl", "csv", "value", "yaml"});
     showVerb->callback([options, &status] { status = show(*options); });
 }
 

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "colour.h"
 #include "lcmpObjectId.h"
 #include "lcmpPropertyBase.h"
 #include "modelOption.h"
@@ -46,6 +47,10 @@ std::vector<unsigned int> oidsOf(const OidOptions& options, const LcmpModel& mod
     return oids;
 }
 
+const char* accessText(IfcCardVarAccessType access) {
+    return access == IFC_CARD_VAR_READ_ONLY ? "read-only" : "writable";
+}
+
 Json oidJson(unsigned int oid, const LcmpModel& model) {
     const LcmpObjectId id(oid);
     const Variable variable = variableOfOid(oid, model);
@@ -63,7 +68,7 @@ Json oidJson(unsigned int oid, const LcmpModel& model) {
     if (variable.definition != nullptr) {
         object["name"] = variable.name;
         object["type"] = lcmpTlvTypeName(variable.definition->type);
-        object["access"] = variable.definition->access == IFC_CARD_VAR_READ_ONLY ? "read-only" : "writable";
+        object["access"] = accessText(variable.definition->access);
     }
     return object;
 }
@@ -72,18 +77,35 @@ void printText(std::ostream& out, unsigned int oid, const LcmpModel& model) {
     const Variable variable = variableOfOid(oid, model);
     out << oidText(oid) << "  " << LcmpObjectId(oid).str();
     if (variable.definition != nullptr)
-        out << "  " << variable.name;
+        out << "  " << painted(out, Paint::name, variable.name);
     out << '\n';
+}
+
+void printCsv(std::ostream& out, unsigned int oid, const LcmpModel& model) {
+    const LcmpObjectId id(oid);
+    const LcmpModelVariable* const definition = variableOfOid(oid, model).definition;
+    out << oidText(oid) << ',' << (id.m_is_table ? "table" : "scalar") << ','
+        << (id.m_common ? "true" : "false") << ',' << id.m_id << ',' << id.m_sub_id << ','
+        << (id.m_is_table ? std::to_string(id.m_row) : "") << ',';
+    if (definition != nullptr)
+        out << variableOfOid(oid, model).name << ',' << lcmpTlvTypeName(definition->type) << ','
+            << accessText(definition->access) << '\n';
+    else
+        out << ",,\n";
 }
 
 void print(std::ostream& out, const std::string& format, const std::vector<unsigned int>& oids,
            const LcmpModel& model) {
     Json all = Json::array();
+    if (format == "csv")
+        out << "oid,kind,common,id,variable,row,name,type,access\n";
     for (const unsigned int oid : oids) {
         if (format == "json")
             all.push_back(oidJson(oid, model));
         else if (format == "jsonl")
             out << jsonLine(oidJson(oid, model));
+        else if (format == "csv")
+            printCsv(out, oid, model);
         else if (format == "value")
             out << oidText(oid) << '\n';
         else
@@ -131,7 +153,7 @@ void addOidVerb(CLI::App& program, ExitStatus& status) {
         verb->add_option("NAME", options->names, "Names of variables, or OIDs in 0x or decimal");
     names->type_name("");
     addFields(*verb, *options, names);
-    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "value"});
+    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
     addModelOption(*verb, options->model);
     verb->footer(
         "Examples: lcmp oid control.bpClkRef 0x50c10005\n"

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "colour.h"
 #include "lcmpResult.h"
 
 namespace tool {
@@ -57,13 +58,12 @@ void printCsv(std::ostream& out, const std::string& card, const Variable& variab
         out << ",," << csvField(outcome.problem) << '\n';
 }
 
-void printText(std::ostream& out, const Variable& variable, const Outcome& outcome) {
+void printText(std::ostream& out, const std::string& card, const Variable& variable, const Outcome& outcome) {
     if (!isDone(outcome))
         return;
-    out << variable.name << " = " << displayText(variable, *outcome.value);
-    if (*variable.unit != '\0')
-        out << ' ' << variable.unit;
-    out << '\n';
+    if (!card.empty())
+        out << card << ' ';
+    out << painted(out, Paint::name, variable.name) << " = " << valueText(variable, *outcome.value) << '\n';
 }
 
 }  // namespace
@@ -77,6 +77,7 @@ void addFormatOption(CLI::App& verb, std::string& format, const std::vector<std:
     verb.add_flag_callback(
             "--json", [&format, json] { format = json; }, "The same as -o " + json)
         ->excludes(option);
+    addColourOption(verb);
 }
 
 namespace {
@@ -113,6 +114,11 @@ std::string displayText(const Variable& variable, const Element& element) {
     return displayText(element) + (word == nullptr ? "" : " (" + std::string(word) + ")");
 }
 
+std::string valueText(const Variable& variable, const Element& element) {
+    const std::string text = displayText(variable, element);
+    return *variable.unit == '\0' ? text : text + ' ' + variable.unit;
+}
+
 std::string csvField(const std::string& text) {
     if (text.find_first_of(",\"\r\n") == std::string::npos)
         return text;
@@ -127,33 +133,57 @@ std::string resultText(unsigned int result) {
     return name.empty() || name == "unknown" ? "RESULT " + std::to_string(result) : name;
 }
 
-void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAddress& card,
-                   const std::vector<Variable>& variables, const std::vector<Outcome>& outcomes) {
-    const std::string cardText = lcmpUdpToText(card);
-    Json all = Json::array();
-    if (format == "csv")
-        out << "card,oid,name,type,value,error\n";
-    for (std::size_t i = 0; i < variables.size(); ++i) {
-        if (format == "json")
-            all.push_back(outcomeJson(cardText, variables[i], outcomes[i]));
-        else if (format == "jsonl")
-            out << jsonLine(outcomeJson(cardText, variables[i], outcomes[i]));
-        else if (format == "csv")
-            printCsv(out, cardText, variables[i], outcomes[i]);
-        else if (format == "value")
-            out << (isDone(outcomes[i]) ? plainText(*outcomes[i].value) : "") << '\n';
-        else
-            printText(out, variables[i], outcomes[i]);
-    }
-    if (format == "json")
-        out << jsonText(all) << '\n';
+OutcomePrinter::OutcomePrinter(std::ostream& out, std::string format, bool several)
+    : m_out(out),
+      m_format(std::move(format)),
+      m_several(several),
+      m_all(std::make_unique<Json>(Json::array())) {
+    if (m_format == "csv")
+        m_out << "card,oid,name,type,value,error\n";
 }
 
-void printProblems(const std::vector<Outcome>& outcomes) {
+OutcomePrinter::~OutcomePrinter() = default;
+
+void OutcomePrinter::print(const LcmpUdpAddress& card, const std::vector<Variable>& variables,
+                           const std::vector<Outcome>& outcomes) {
+    const std::string cardText = lcmpUdpToText(card);
+    for (std::size_t i = 0; i < variables.size(); ++i) {
+        if (m_format == "json")
+            m_all->push_back(outcomeJson(cardText, variables[i], outcomes[i]));
+        else if (m_format == "jsonl")
+            m_out << jsonLine(outcomeJson(cardText, variables[i], outcomes[i]));
+        else if (m_format == "csv")
+            printCsv(m_out, cardText, variables[i], outcomes[i]);
+        else if (m_format == "value")
+            m_out << (isDone(outcomes[i]) ? plainText(*outcomes[i].value) : "") << '\n';
+        else
+            printText(m_out, m_several ? cardText : "", variables[i], outcomes[i]);
+    }
+    m_out.flush();
+}
+
+void OutcomePrinter::end() {
+    if (m_format == "json")
+        m_out << jsonText(*m_all) << '\n';
+}
+
+void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAddress& card,
+                   const std::vector<Variable>& variables, const std::vector<Outcome>& outcomes) {
+    OutcomePrinter printer(out, format, false);
+    printer.print(card, variables, outcomes);
+    printer.end();
+}
+
+void tellProblem(const std::string& problem) {
+    std::cerr << painted(std::cerr, Paint::problem, "lcmp:") << ' ' << problem << '\n';
+}
+
+void printProblems(const std::vector<Outcome>& outcomes, const std::string& card) {
     std::set<std::string> said;
     for (const Outcome& outcome : outcomes) {
+        const bool isNamed = card.empty() || outcome.problem.compare(0, card.size() + 1, card + " ") == 0;
         if (outcome.status != ExitStatus::done && said.insert(outcome.problem).second)
-            std::cerr << "lcmp: " << outcome.problem << '\n';
+            tellProblem(isNamed ? outcome.problem : card + ": " + outcome.problem);
     }
 }
 

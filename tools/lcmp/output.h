@@ -2,6 +2,7 @@
 // standard output.
 #pragma once
 
+#include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <ostream>
 #include <string>
@@ -16,8 +17,8 @@ class App;
 
 namespace tool {
 
-/// Adds -o FORMAT, one of `formats`, and --json to a verb; `format` receives its text and holds the default.
-/// Of verbs whose output has no end, --json means `json` = "jsonl".
+/// Adds -o FORMAT, one of `formats`, --json and --color to a verb; `format` receives its text and holds the
+/// default. Of verbs whose output has no end, --json means `json` = "jsonl".
 void addFormatOption(CLI::App& verb, std::string& format, const std::vector<std::string>& formats,
                      const std::string& json = "json");
 
@@ -41,13 +42,42 @@ std::string resultText(unsigned int result);
 /// A field of a CSV line: in quotes where it needs them.
 std::string csvField(const std::string& text);
 
-/// Prints what became of the variables of one card. text: one line each that was done, "name = value unit".
-/// json and jsonl: every variable, with "value" or with "error". csv: the same with a heading. value: one
-/// line each, the bare value, empty where there is none.
+/// A value for people with its word and its unit, "21 °C", "2 (done)".
+std::string valueText(const Variable& variable, const Element& element);
+
+/// Prints what became of the variables of cards. text: one line each that was done, "name = value unit",
+/// behind the card where there are `several`. json and jsonl: every variable, with "value" or with "error".
+/// csv: the same with a heading. value: one line each, the bare value, empty where there is none.
+class OutcomePrinter {
+public:
+    OutcomePrinter(std::ostream& out, std::string format, bool several);
+    ~OutcomePrinter();
+    OutcomePrinter(const OutcomePrinter&) = delete;
+    OutcomePrinter& operator=(const OutcomePrinter&) = delete;
+
+    /// The variables of one card, flushed; of json nothing before the end.
+    void print(const LcmpUdpAddress& card, const std::vector<Variable>& variables,
+               const std::vector<Outcome>& outcomes);
+
+    /// After the last card.
+    void end();
+
+private:
+    std::ostream& m_out;
+    std::string m_format;
+    bool m_several;
+    std::unique_ptr<nlohmann::ordered_json> m_all;  // of json
+};
+
+/// The same of one card.
 void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAddress& card,
                    const std::vector<Variable>& variables, const std::vector<Outcome>& outcomes);
 
-/// Prints what went wrong to standard error, each problem once.
-void printProblems(const std::vector<Outcome>& outcomes);
+/// Says it on standard error: "lcmp: " and the text.
+void tellProblem(const std::string& problem);
+
+/// Prints what went wrong to standard error, each problem once, and behind `card` where that is not empty and
+/// the problem does not name it.
+void printProblems(const std::vector<Outcome>& outcomes, const std::string& card = "");
 
 }  // namespace tool

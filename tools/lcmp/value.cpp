@@ -80,6 +80,10 @@ bool hasLengthOfType(const Element& element) {
     return width == 0 || width == element.length();
 }
 
+bool isSameValue(const Element& left, const Element& right) {
+    return left.type() == right.type() && left.bytes() == right.bytes();
+}
+
 LcmpTlvType parseType(const std::string& name) {
     LcmpTlvType type{};
     if (!lcmpModelParseType(name, type))

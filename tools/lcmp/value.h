@@ -57,6 +57,9 @@ bool takeElements(const char* frame, int size, int offset, std::vector<Element>&
 /// any.
 bool hasLengthOfType(const Element& element);
 
+/// Whether both have the same type and the same bytes.
+bool isSameValue(const Element& left, const Element& right);
+
 /// The type code of a name, "UINT8". A Failure of status `usage` lists the names.
 LcmpTlvType parseType(const std::string& name);
 

@@ -18,6 +18,7 @@ void addDiffVerb(CLI::App& program, ExitStatus& status);
 void addGetVerb(CLI::App& program, ExitStatus& status);
 void addModelVerb(CLI::App& program, ExitStatus& status);
 void addOidVerb(CLI::App& program, ExitStatus& status);
+void addPingVerb(CLI::App& program, ExitStatus& status);
 void addRecordVerb(CLI::App& program, ExitStatus& status);
 void addSetVerb(CLI::App& program, ExitStatus& status);
 void addWalkVerb(CLI::App& program, ExitStatus& status);

@@ -6,28 +6,35 @@
 #include <memory>
 #include <optional>
 
+#include "clientOptions.h"
 #include "duration.h"
 #include "eventLog.h"
 #include "lcmpUdpEndpoint.h"
 #include "modelOption.h"
 #include "output.h"
 #include "peerNotices.h"
+#include "polling.h"
 #include "stopSignals.h"
 #include "target.h"
 #include "trace.h"
 #include "verbs.h"
+#include "workers.h"
 
 namespace tool {
 namespace {
 
 struct WatchOptions {
+    std::vector<std::string> targets;
+    std::string poll = "1s";
+    std::vector<std::string> variables;
+    bool showsFirst = false;
     std::string listen;
     std::vector<std::string> allowed;
     unsigned long count = 0;
     std::string duration;
     std::string format = "text";
     std::string model;
-    std::string trace = "0";
+    ClientOptions client;
 };
 
 // An endpoint that has no objects: it only shows what it receives.
@@ -89,30 +96,80 @@ void listen(EventReceiver& receiver, const WatchOptions& options) {
     std::cerr << "listening on " << lcmpUdpToText(receiver.getLocalAddress()) << std::endl;
 }
 
+EventLog::Format formatOf(const std::string& text) {
+    if (text == "csv")
+        return EventLog::Format::csv;
+    if (text == "value")
+        return EventLog::Format::value;
+    return text == "text" ? EventLog::Format::text : EventLog::Format::jsonl;
+}
+
+PollSettings pollSettingsOf(const WatchOptions& options, const LcmpModel& model) {
+    PollSettings settings;
+    settings.client = applyClientOptions(options.client);
+    settings.cards = parseTargets(options.targets, maxOfTheirOwnProcess);
+    settings.period = parseDuration("--poll", options.poll);
+    if (settings.period.count() < 1)
+        throw Failure(ExitStatus::usage, "--poll: '" + options.poll + "' is less than 1ms");
+    settings.showsFirst = options.showsFirst;
+    if (!settings.cards.empty())
+        settings.variables = variablesToPoll(options.variables, model);
+    return settings;
+}
+
+// Before the receiver is open there is nothing to receive.
+void takeTurn(EventReceiver& receiver) {
+    if (receiver.getFileDescriptor() >= 0 && !receiver.takeTurn())
+        throw Failure(ExitStatus::localFailure, receiver.getLastError());
+}
+
 ExitStatus watch(const WatchOptions& options) {
-    startTrace(options.trace);
+    if (options.listen.empty() && options.targets.empty())
+        throw Failure(ExitStatus::usage, "watch: give --listen ADDR[:PORT] for events, or a TARGET to poll");
     const Deadline deadline(options.duration);
-    const auto format = options.format == "jsonl" ? EventLog::Format::jsonl : EventLog::Format::text;
     const auto model = loadModel(options.model);
-    EventLog log(std::cout, std::cerr, format, options.count, *model);
-    EventReceiver receiver(log);
+    const PollSettings settings = pollSettingsOf(options, *model);
     const StopSignals signals;
-    listen(receiver, options);
+    EventLog log(std::cout, std::cerr, formatOf(options.format), options.count, *model);
+    Workers workers;
+    Polling polling(settings, *model, workers, log);
+    EventReceiver receiver(log);
+    if (!options.listen.empty()) {
+        listen(receiver, options);
+        workers.include(receiver.getFileDescriptor());
+    }
     while (!log.full() && !signals.stopped() && !deadline.passed() && std::cout) {
-        signals.waitReadable(receiver.getFileDescriptor(), sooner(deadline.left(), log.notices().left()));
-        if (!receiver.takeTurn())
-            throw Failure(ExitStatus::localFailure, receiver.getLastError());
+        signals.waitReadable(workers.fileDescriptor(), sooner(deadline.left(), log.notices().left()));
+        takeTurn(receiver);
+        polling.takeTurn();
     }
     return ExitStatus::done;
+}
+
+void addPolling(CLI::App& verb, WatchOptions& options) {
+    CLI::Option* targets =
+        verb.add_option("TARGET", options.targets, "Cards that are polled, HOST[:PORT]")->type_name("");
+    verb.add_option("--poll", options.poll, "How often their variables are read")
+        ->type_name("TIME")
+        ->capture_default_str()
+        ->needs(targets);
+    verb.add_option("--variables", options.variables,
+                    "What is read of them: variables, or objects for all of theirs; unless given, all that "
+                    "the model has")
+        ->type_name("NAME")
+        ->delimiter(',')
+        ->needs(targets);
+    verb.add_flag("--first", options.showsFirst, "Print what is read first, too")->needs(targets);
 }
 
 }  // namespace
 
 void addWatchVerb(CLI::App& program, ExitStatus& status) {
     const auto options = std::make_shared<WatchOptions>();
-    CLI::App* verb = program.add_subcommand("watch", "Prints the events of cards as they arrive");
+    CLI::App* verb =
+        program.add_subcommand("watch", "Prints the events of cards as they arrive, and changes it polls");
+    addPolling(*verb, *options);
     verb->add_option("--listen", options->listen, "Where events arrive; port 0 takes a free one")
-        ->required()
         ->type_name("ADDR[:PORT]");
     verb->add_option("--allow", options->allowed, "Whose events are shown; repeatable; loopback unless given")
         ->type_name("CIDR")
@@ -122,16 +179,25 @@ void addWatchVerb(CLI::App& program, ExitStatus& status) {
         ->type_name("N")
         ->check(CLI::Range(1UL, 4294967295UL));
     verb->add_option("--duration", options->duration, "End after this time, like 5s")->type_name("TIME");
-    addFormatOption(*verb, options->format, {"text", "jsonl"}, "jsonl");
+    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"}, "jsonl");
     addModelOption(*verb, options->model);
-    addTraceOption(*verb, options->trace);
+    addClientOptions(*verb, options->client);
     verb->footer(
-        "Prints 'listening on ADDR:PORT' on standard error, then one line for each value: time, card, "
-        "variable, value\n"
-        "and, where it is known, the value before. Messages that are missing from a card's numbering are a "
-        "line of\n"
-        "their own. Ends with status 0 at --count, --duration, or Ctrl-C.\n\n"
-        "Example: lcmp watch --listen 192.0.2.9:17470 --allow 192.0.2.0/24");
+        std::string("A TARGET is ") + targetsHelp +
+        "\n\n"
+        "With --listen prints 'listening on ADDR:PORT' on standard error. Then one line for each value: "
+        "time, "
+        "card,\n"
+        "variable, value and, where it is known, the value before. Messages that are missing from a card's "
+        "numbering\n"
+        "are a line of their own. Ends with status 0 at --count, --duration, or Ctrl-C. As the output has no "
+        "end, json\n"
+        "is jsonl.\n\n"
+        "A change of a TARGET that no event has told is marked as polled; its time is when it was seen. What "
+        "is read\n"
+        "first is no change. A TARGET that stops answering is a line, and its coming back another.\n\n"
+        "Examples: lcmp watch --listen 192.0.2.9:17470 --allow 192.0.2.0/24\n"
+        "          lcmp watch 192.0.2.10-19 --poll 5s --variables alarms,temperature[0].value");
     verb->callback([options, &status] { status = watch(*options); });
 }
 

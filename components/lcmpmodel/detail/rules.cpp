@@ -190,6 +190,10 @@ std::string patternProblem(const std::string& pattern) {
 
 }  // namespace lcmpdetail
 
+std::string lcmpModelWhyRefused(const LcmpModelVariable& variable, const LcmpModelValue& value) {
+    return lcmpdetail::whyRefused(variable, value);
+}
+
 bool lcmpModelAccepts(const LcmpModelVariable& variable, const LcmpModelValue& value) {
     return lcmpdetail::whyRefused(variable, value).empty();
 }

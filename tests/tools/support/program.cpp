@@ -18,10 +18,16 @@ namespace {
 
 constexpr int longestWait = 30000;  // milliseconds
 
+// "TERM=" of "TERM=xterm".
+std::string nameOf(const std::string& entry) { return entry.substr(0, entry.find('=') + 1); }
+
 std::vector<std::string> environmentFor(const std::vector<std::string>& added) {
     std::vector<std::string> all;
     for (char** entry = environ; *entry != nullptr; ++entry) {
-        if (std::strncmp(*entry, "LCMP_", 5) != 0)
+        const bool isReplaced = std::any_of(added.begin(), added.end(), [&](const std::string& other) {
+            return nameOf(other) == nameOf(*entry);
+        });
+        if (std::strncmp(*entry, "LCMP_", 5) != 0 && !isReplaced)
             all.emplace_back(*entry);
     }
     all.insert(all.end(), added.begin(), added.end());
@@ -52,7 +58,7 @@ Program::Program(const std::vector<std::string>& arguments, const std::vector<st
     const std::array<int, 2> err = makePipe();
     if (!outFile.empty()) {
         close(out[1]);
-        out[1] = open(outFile.c_str(), O_WRONLY | O_CLOEXEC);
+        out[1] = open(outFile.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
     }
     start(arguments, environment, out[1], err[1]);
     close(out[1]);

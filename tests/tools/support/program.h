@@ -11,7 +11,8 @@
 class Program {
 public:
     /// Starts it. LCMP_* variables of the test's own environment are not passed on, those of `environment`
-    /// are: "LCMP_TIMEOUT=20". Standard output goes to the file `outFile` if that is named.
+    /// are, instead of others of their name: "LCMP_TIMEOUT=20". Standard output goes to the file `outFile` if
+    /// that is named.
     explicit Program(const std::vector<std::string>& arguments,
                      const std::vector<std::string>& environment = {}, const std::string& outFile = "");
     ~Program();
