@@ -45,6 +45,13 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
     "${PROJECT_BINARY_DIR}/components/lcmp" "${PROJECT_BINARY_DIR}/components/lcmpudp"
     "${PROJECT_BINARY_DIR}/components/lcmpmodel" "${PROJECT_BINARY_DIR}/components/platform")
 set(CPACK_PROJECT_CONFIG_FILE "${PROJECT_SOURCE_DIR}/packaging/cpack.cmake")
+set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/finish.cmake")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has one of its own
+
+# It calls no function of libc, which Debian wants to be named even so.
+if(NOT LCMP_PLATFORM_DIR)
+  target_link_options(lcmp_platform PRIVATE LINKER:--push-state,--no-as-needed,-lc,--pop-state)
+endif()
 
 # lcmp_package(COMPONENT SECTION SUMMARY DESCRIPTION [FIELD VALUE]...)
 function(lcmp_package component section summary description)

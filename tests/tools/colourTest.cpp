@@ -5,7 +5,7 @@
 #include "lcmpTlv.h"
 #include "program.h"
 #include "scriptedCard.h"
-#include "terminal.h"
+#include "heldTerminal.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ const std::string coloured = "  \x1B[36mcontrol.bpClkRef\x1B[0m\r\n";
 
 std::string onTerminal(const std::vector<std::string>& arguments,
                        const std::vector<std::string>& environment) {
-    const Terminal terminal;
+    const HeldTerminal terminal;
     EXPECT_EQ(run(arguments, environment, terminal.name()).status, 0);
     return terminal.text();
 }

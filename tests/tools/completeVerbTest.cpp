@@ -98,6 +98,14 @@ TEST(CompleteVerb, NamesComeInStepsAndASingleStepIsTaken) {
     EXPECT_THAT(complete({"oid", "control.b"}), ElementsAre("control.bpClkRef"));
 }
 
+TEST(CompleteVerb, OfAListTheLastNameIsCompleted) {
+    EXPECT_THAT(complete({"watch", "--variables", "alarms.power,control.b"}),
+                ElementsAre("alarms.power,control.bpClkRef"));
+    EXPECT_THAT(complete({"diff", "--ignore", "fileS"}), ElementsAre("fileServer"));
+    EXPECT_THAT(complete({"walk", "card", "identity", "fileS"}), ElementsAre("fileServer"));
+    EXPECT_THAT(complete({"diff", ""}), ElementsAre(":files"));
+}
+
 TEST(CompleteVerb, NamesThatCannotBeHaveNoWayOn) {
     for (const char* word : {"nothing", "nothing.", "nothing[", "control[", "temperature.",
                              "control.bpClkRef.", "temperature[1].value[", "[", ".", "temperature[].",

@@ -14,7 +14,7 @@
 #include "playedCard.h"
 #include "relay.h"
 #include "runningCard.h"
-#include "terminalRun.h"
+#include "terminal.h"
 
 namespace {
 
@@ -387,18 +387,6 @@ TEST(WalkVerb, AValueTooLongForAnyAnswerIsToldAlone) {
     EXPECT_EQ(walked.out(), "x\n0\n0\nfalse\n\n0\n0\nfalse\nx\n0\n0\nfalse\nx\n0\n0\nfalse\n");
 }
 
-TEST(WalkVerb, AColumnOfValuesTooLongIsFoundOutOnce) {
-    constexpr unsigned int rows = 200;
-    const ModelFile file(tableModel(rows, {"UINT8", "BYTE_ARRAY", "UINT8"}));
-    PlayedCard card(file.model());
-    card.holds("port.c1", std::string(2000, 'x'));
-    const Walked walked = walkOver(card, {"--model", file.path(), "-o", "value"});
-    EXPECT_EQ(walked.status(), 5);
-    EXPECT_EQ(linesIn(walked.err()), rows);
-    // Two a row, and the halvings until the first was found.
-    EXPECT_LE(walked.requests, 2 * rows + 16);
-}
-
 TEST(WalkVerb, ProgramsAreToldOfWhatIsMissing) {
     PlayedCard card;
     card.misses("voltage[1].name");
@@ -515,15 +503,6 @@ TEST(WalkVerb, CtrlCEndsItAtOnceWithWhatWasReadPrinted) {
     }
 }
 
-TEST(WalkVerb, IsExplained) {
-    EXPECT_THAT(run({"--help"}).out, HasSubstr("\n  walk "));
-    const Ended help = run({"walk", "--help"});
-    EXPECT_EQ(help.status, 0);
-    for (const char* word : {"TARGET", "OBJECT", "--from", "--to", "--output", "--json", "--model",
-                             "--timeout", "--retries", "--trace", "LCMP_MODEL", "text,json,jsonl,csv,value"})
-        EXPECT_THAT(help.out, HasSubstr(word));
-}
-
 // ---------------------------------------------------------------- on a terminal
 
 const Arguments slowCard = {"--delay", "100",     "--delay-time",
@@ -536,7 +515,7 @@ Arguments lineCardWalk(const RunningCard& card) {
 
 TEST(WalkVerb, ShowsABarOnATerminalWhenItTakesLongAndTakesItAway) {
     const RunningCard card(slowCard);
-    const TerminalRun terminal(lineCardWalk(card));
+    const Terminal terminal(lineCardWalk(card));
     EXPECT_EQ(terminal.status(), 0);
     EXPECT_THAT(terminal.written(), HasSubstr("#"));
     EXPECT_THAT(terminal.written(), HasSubstr(" values"));
@@ -545,7 +524,7 @@ TEST(WalkVerb, ShowsABarOnATerminalWhenItTakesLongAndTakesItAway) {
 
 TEST(WalkVerb, ShowsNoBarWhenItIsQuick) {
     const RunningCard card;
-    const TerminalRun terminal({"walk", card.address(), "control"});
+    const Terminal terminal({"walk", card.address(), "control"});
     EXPECT_EQ(terminal.status(), 0);
     EXPECT_EQ(terminal.written(), "");
 }
@@ -554,7 +533,7 @@ TEST(WalkVerb, TheBarStandsInNobodysWay) {
     const RunningCard card(slowCard);
     for (const char* format : {"text", "csv"}) {
         const Arguments arguments = lineCardWalk(card) + Arguments{"-o", format};
-        const TerminalRun terminal(arguments, TerminalRun::Streams::both);
+        const Terminal terminal(arguments, Terminal::Streams::both);
         EXPECT_THAT(terminal.written(), HasSubstr(" values"));
         EXPECT_EQ(terminal.screen(), run(arguments).out);
     }

@@ -171,20 +171,18 @@ struct ValueKind {
 
 constexpr ValueKind valueKinds[] = {
     {"NAME", nameCandidates, ""},     {"ASSIGNMENT", assignmentCandidates, ""},
-    {"OBJECT", objectCandidates, ""}, {"RESULT", resultCandidates, ""},
-    {"FILE", nullptr, "files"},       {"DIR", nullptr, "folders"},
-    {"TARGET", nullptr, "hosts"},
+    {"OBJECT", objectCandidates, ""}, {"OBJECT[.VARIABLE]", objectCandidates, ""},
+    {"RESULT", resultCandidates, ""}, {"FILE", nullptr, "files"},
+    {"A", nullptr, "files"},          {"B", nullptr, "files"},
+    {"DIR", nullptr, "folders"},      {"TARGET", nullptr, "hosts"},
 };
 
 const ValueKind* kindOf(const CLI::Option& option) {
     const std::string name = option.nonpositional() ? option.get_type_name() : option.get_name(true);
-    const auto isNamed = [&name](const ValueKind& kind) {
-        return name.substr(0, name.find(':')) == kind.name;
-    };
-    const auto* const found = std::find_if(std::begin(valueKinds), std::end(valueKinds), isNamed);
-    // An option's NAME is one that the person gives.
-    const bool isGiven = option.nonpositional() && found == std::begin(valueKinds);
-    return found == std::end(valueKinds) || isGiven ? nullptr : found;
+    const auto* const found =
+        std::find_if(std::begin(valueKinds), std::end(valueKinds),
+                     [&name](const ValueKind& kind) { return name.substr(0, name.find(':')) == kind.name; });
+    return found == std::end(valueKinds) ? nullptr : found;
 }
 
 void addValues(const TypedWords& words, const CLI::Option& option, const std::string& word,
@@ -195,10 +193,14 @@ void addValues(const TypedWords& words, const CLI::Option& option, const std::st
     if (kind == nullptr)
         return;
     completion.kind = kind->kind;
+    if (kind->candidates == nullptr)
+        return;
+    // An option takes several with commas between them: what is typed is the last.
+    const auto last = option.nonpositional() ? word.rfind(',') + 1 : 0;
     LcmpModel room;
-    if (kind->candidates != nullptr) {
-        const Candidates found = kind->candidates(word, modelOf(words, room));
-        completion.candidates.insert(completion.candidates.end(), found.begin(), found.end());
+    for (Candidate candidate : kind->candidates(word.substr(last), modelOf(words, room))) {
+        candidate.text.insert(0, word, 0, last);
+        completion.candidates.push_back(std::move(candidate));
     }
 }
 

@@ -322,7 +322,7 @@ void addGenerate(CLI::App& verb, const Options& options, ExitStatus& status) {
     addModelOption(*generateVerb, options->file);
     generateVerb
         ->add_option("--name", options->name, "Namespace and name of the two files; unless given, the card's")
-        ->type_name("NAME");
+        ->type_name("WORD");
     generateVerb->add_option("--to", options->folder, "Folder of the two files")
         ->type_name("DIR")
         ->capture_default_str();

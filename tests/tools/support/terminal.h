@@ -1,46 +1,28 @@
-// A terminal that a program writes to, and a test reads.
+// A terminal on which the program runs, and what a person sees on it.
 #pragma once
 
-#include <fcntl.h>
-#include <stdlib.h>
-#include <unistd.h>
+#include <sys/types.h>
 
-#include <array>
-#include <stdexcept>
 #include <string>
+#include <vector>
 
 class Terminal {
 public:
-    Terminal() : m_master(posix_openpt(O_RDWR | O_NOCTTY)) {
-        std::array<char, 128> name{};
-        if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0 ||
-            ptsname_r(m_master, name.data(), name.size()) != 0)
-            throw std::runtime_error("no terminal");
-        m_name = name.data();
-        m_open = open(m_name.c_str(), O_RDWR | O_NOCTTY);
-    }
-    ~Terminal() {
-        close(m_open);
-        close(m_master);
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
+    /// What of the program is connected to it; the other stream goes nowhere.
+    enum class Streams { error, both };
 
-    /// "/dev/pts/3".
-    const std::string& name() const { return m_name; }
+    /// Runs the program to its end.
+    explicit Terminal(const std::vector<std::string>& arguments, Streams streams = Streams::error);
 
-    /// What was written to it, up to now; its line ends are "\r\n".
-    std::string text() const {
-        std::string all;
-        std::array<char, 4096> buffer{};
-        fcntl(m_master, F_SETFL, O_NONBLOCK);
-        for (ssize_t size = 0; (size = read(m_master, buffer.data(), buffer.size())) > 0;)
-            all.append(buffer.data(), static_cast<std::size_t>(size));
-        return all;
-    }
+    int status() const { return m_status; }
+
+    /// Everything that was written to it.
+    const std::string& written() const { return m_written; }
+
+    /// The lines that stand there in the end, without blanks at their ends, joined by line ends.
+    std::string screen() const;
 
 private:
-    int m_master;
-    int m_open;  // keeps what was written when the program has ended
-    std::string m_name;
+    int m_status = -1;
+    std::string m_written;
 };

@@ -1,4 +1,4 @@
-#include "terminalRun.h"
+#include "terminal.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -47,7 +47,7 @@ std::string readAll(int terminal, pid_t process) {
 
 }  // namespace
 
-TerminalRun::TerminalRun(const std::vector<std::string>& arguments, Streams streams) {
+Terminal::Terminal(const std::vector<std::string>& arguments, Streams streams) {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     std::array<char, 128> name{};
     if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0 ||
@@ -66,7 +66,7 @@ TerminalRun::TerminalRun(const std::vector<std::string>& arguments, Streams stre
     close(terminal);
 }
 
-std::string TerminalRun::screen() const {
+std::string Terminal::screen() const {
     std::string text;
     std::string line;
     std::size_t column = 0;
