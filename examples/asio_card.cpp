@@ -12,6 +12,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <csignal>
+#include <exception>
 #include <iostream>
 #include <string>
 
@@ -93,10 +94,7 @@ private:
     unsigned int m_count = 0;
 };
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    const std::string address = argc > 1 ? argv[1] : "127.0.0.1";
+int serve(const std::string& address) {
     LcmpScalar clock("clock", 12, false);
     auto* const seconds = new TypeProperty<unsigned int>(0, "seconds", IFC_CARD_VAR_READ_ONLY, 0, true);
     clock.addProp(seconds, 0);  // the object owns it from here on
@@ -117,4 +115,16 @@ int main(int argc, char** argv) {
     signals.async_wait([&loop](const boost::system::error_code&, int) { loop.stop(); });
     std::cout << "listening on " << lcmpUdpToText(card.getLocalAddress()) << std::endl;
     loop.run();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return serve(argc > 1 ? argv[1] : "127.0.0.1");
+    } catch (const std::exception& error) {  // Asio throws where the library does not
+        std::cerr << "asio_card: " << error.what() << '\n';
+        return 1;
+    }
 }

@@ -15,7 +15,8 @@ namespace {
 
 // Puts into effect what a peer has written. False would answer the write with result 12.
 bool written(LcmpProperty& property) {
-    std::cout << "written: " << property.getName() << std::endl;
+    const char* type = lcmpTlvTypeName(static_cast<unsigned int>(property.getType()));
+    std::cout << "written: " << property.getName() << ", a " << type << std::endl;
     return true;
 }
 

@@ -35,15 +35,16 @@ power: 48 W'
 [ "$said" = "$expected" ] || fail "the first controller said '$said'"
 
 coproc CONSOLE { exec "$console" "$own_address"; }
+# shellcheck disable=SC2153 # the coprocess sets it
 console_pid=$CONSOLE_PID
 exec {said}<&"${CONSOLE[0]}" {typed}>&"${CONSOLE[1]}"
 expect "$said" "listening on $own_address:17471"
 printf 'off\n' >&"$typed"
-expect "$said" done
+expect "$said" 'done'
 expect "$said" 'power 0 W'
 printf 'up\non\n' >&"$typed"
 expect "$said" 'on, off or quit'
-expect "$said" done
+expect "$said" 'done'
 expect "$said" 'power 48 W'
 printf 'quit\n' >&"$typed"
 wait "$console_pid" || fail "the console ended with status $?"

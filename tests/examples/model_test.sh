@@ -27,12 +27,12 @@ expect "listening on $own_address:17470"
 value=$("$lcmp" get -o value "$own_address" 'fan[3].serialNumber') || fail "the card was not to be read"
 [ "$value" = F-0104 ] || fail "the serial number of fan 3 is '$value'"
 "$lcmp" set "$own_address" cooling.mode=manual >/dev/null || fail "the mode was not to be written"
-expect 'written: cooling.mode'
+expect 'written: cooling.mode, a UINT8'
 if "$lcmp" set "$own_address" cooling.dutyCycle=19 2>/dev/null; then
     fail "a duty cycle below its least was taken"
 fi
 "$lcmp" set "$own_address" cooling.dutyCycle=20 >/dev/null || fail "the least duty cycle was not to be written"
-expect 'written: cooling.dutyCycle'
+expect 'written: cooling.dutyCycle, a UINT8'
 
 status=0
 said=$("$card" "${BASH_SOURCE[0]}" "$own_address" 2>&1) || status=$?

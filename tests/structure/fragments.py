@@ -18,7 +18,8 @@ from pages import blocks_of
 
 HANDS = "[[maybe_unused]] LcmpUdpEndpoint& endpoint, [[maybe_unused]] LcmpObject& object, " \
         "[[maybe_unused]] LcmpProperty& property"
-OPENINGS = {"statements": "void statements{number}(" + HANDS + ") {{", "declarations": "namespace declarations{number} {{"}
+OPENINGS = {"statements": "void statements{number}(" + HANDS + ") {{",
+            "declarations": "namespace declarations{number} {{"}
 
 
 def fragments_of(document):

@@ -150,8 +150,8 @@ class Beside:
 
     def end(self):
         self.process.send_signal(signal.SIGINT)
-        self.process.stdout.close()
-        return self.process.wait()
+        self.process.communicate()  # until it has printed its last: who listens no more would end it otherwise
+        return self.process.returncode
 
 
 def difference(step, printed):
