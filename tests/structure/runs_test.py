@@ -3,6 +3,7 @@
 
 usage: runs_test.py ROOT
 """
+import itertools
 import os
 import pathlib
 import shutil
@@ -24,8 +25,9 @@ exit "$STATUS"
 """
 
 BUILDS = ["dev", "clang", "asan", "powerpc"]
-COMMANDS = {"lint": "lint ", "abi": "abi ", "fuzz": "fuzz --replay", "soak": "soak --short"}
-COMMAND_STAGES = ["lint", "abi", "corpus", "soak"]
+COMMANDS = {"lint": ["lint "], "abi": ["abi "], "fuzz": ["fuzz --replay", "fuzz --replay --on powerpc", "fuzz 20"],
+            "soak": ["soak --short"]}
+COMMAND_STAGES = ["lint", "abi", "corpus", "corpus-powerpc", "fuzz", "soak"]
 
 
 def rows(stages, count, outcome):
@@ -75,7 +77,7 @@ class Runs(unittest.TestCase):
             self.assertRegex(printed, "\n" + rows(BUILDS, "12 tests", "passed") +
                              rows(COMMAND_STAGES, "34 tests", "passed") + "$")
             self.assertTrue(calls.startswith("setup --all\n"), calls)
-            for called in COMMANDS.values():
+            for called in itertools.chain.from_iterable(COMMANDS.values()):
                 self.assertIn(f"\n{called}\n", calls)
 
     def test_arguments_reach_ctest(self):
