@@ -222,8 +222,6 @@ def replay(arguments):
         arguments = arguments[2:]
         if machine not in ("native", "powerpc"):
             fail(f"--on native or --on powerpc, not '{machine}'")
-    if machine == "powerpc" and not YAML_CPP.exists():
-        subprocess.run([ROOT / "scripts" / "setup", "--all"], stdout=sys.stderr, check=True)
     files = files_by_target(arguments)
     binaries = build(machine, programs_of(files))
     prefix = QEMU if machine == "powerpc" else []
@@ -355,6 +353,13 @@ def plant(arguments):
 
 # ---------------------------------------------------------------- the committed inputs
 
+def kept(target):
+    """The inputs that stay whatever they reach: what they show is an order of frames, a number at its limit or an
+    earlier finding, which no line that is reached tells from another. They have names; the engine's have hashes."""
+    named = [path for path in (CORPUS / target).glob("*") if not re.fullmatch("[0-9a-f]{40}", path.name)]
+    return [*named, *(SEEDS / target).glob("session-*"), *(SEEDS / target).glob("limit-*")]
+
+
 def minimise_one(job):
     target, binaries = job
     fresh = BUILD / "minimised" / target
@@ -366,10 +371,8 @@ def minimise_one(job):
                         "-use_counters=0")
     if status != 0:
         fail(f"{target} cannot be minimised; {shown(log)} says why")
-    # What they show is an order of frames or a number, which no line that is reached tells from another.
-    for pattern in ["session-*", "limit-*"]:
-        for seed in (SEEDS / target).glob(pattern):
-            shutil.copy(seed, fresh)
+    for path in kept(target):
+        shutil.copy(path, fresh)
     shutil.rmtree(CORPUS / target, ignore_errors=True)
     shutil.copytree(fresh, CORPUS / target)
     sizes = [path.stat().st_size for path in fresh.iterdir()]

@@ -31,6 +31,8 @@ COMMANDS = {
     "lint": "lint ",
     "abi": "abi ",
     "corpus": "fuzz --replay",
+    "corpus-powerpc": "fuzz --replay --on powerpc",
+    "fuzz": "fuzz 20",
     "soak": "soak --short",
 }
 
