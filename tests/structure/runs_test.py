@@ -34,6 +34,8 @@ COMMANDS = {
     "corpus-powerpc": "fuzz --replay --on powerpc",
     "fuzz": "fuzz 20",
     "soak": "soak --short",
+    "packages": "package --check --all",
+    "reference": "reference ",
 }
 
 
