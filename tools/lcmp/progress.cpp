@@ -1,6 +1,5 @@
 #include "progress.h"
 
-#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -25,17 +24,19 @@ Progress::Progress(std::ostream& out, bool isTerminal, std::uint64_t total,
                    std::function<Clock::time_point()> now)
     : m_out(out),
       m_isTerminal(isTerminal),
-      m_total(std::max<std::uint64_t>(total, 1)),
+      m_total(total),
       m_now(std::move(now)),
       m_next(m_now() + patience) {}
 
 Progress::~Progress() { clear(); }
 
 void Progress::show(std::uint64_t done) {
+    if (done >= m_total)
+        return clear();
     if (!m_isTerminal || m_now() < m_next)
         return;
     m_next = m_now() + betweenLines;
-    const std::string line = lineOf(std::min(done, m_total), m_total);
+    const std::string line = lineOf(done, m_total);
     const std::size_t rest = m_shown > line.size() ? m_shown - line.size() : 0;
     m_out << '\r' << line << std::string(rest, ' ') << std::flush;
     m_shown = line.size();

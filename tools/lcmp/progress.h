@@ -23,7 +23,8 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// So much of the work is done by now. The line is written anew ten times a second at most.
+    /// So much of the work is done by now. The line is written anew ten times a second at most, and cleared
+    /// when all is done.
     void show(std::uint64_t done);
 
     /// Clears the line, until the next `show`, which writes it again at once.
