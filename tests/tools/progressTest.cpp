@@ -98,8 +98,8 @@ TEST(Progress, OfNoWorkDividesByNothing) {
 }
 
 TEST(Progress, CountsWorkThatNeedsMoreThan32Bits) {
-    Bar bar(true, 0x8000000000000000ULL);
-    EXPECT_THAT(bar.showAfter(500, 0x4000000000000000ULL), HasSubstr("] 50% of 9223372036854775808 values"));
+    Bar bar(true, 0x800000000ULL);
+    EXPECT_THAT(bar.showAfter(500, 0x400000000ULL), HasSubstr("] 50% of 34359738368 values"));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // lcmp record as a process: what it writes is served again and compared.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <stdlib.h>
 
 #include <filesystem>
@@ -199,6 +200,17 @@ TEST_F(RecordVerb, ACardThatFallsSilentLeavesTheRecordingThatWasThere) {
     EXPECT_EQ(ended.status, 3);
     std::ifstream file(path("a.yaml"));
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "before");
+}
+
+TEST_F(RecordVerb, CtrlCEndsItAtOnceAndNothingIsWritten) {
+    PlayedCard card;
+    card.endsAfter(1, PlayedCard::End::silence);
+    Program record({"record", card.serve(), "--timeout", "1h", "-O", path("a.yaml")});
+    card.waitForRequests(2);
+    record.signal(SIGINT);
+    EXPECT_EQ(record.finish(), 128 + SIGINT);
+    EXPECT_EQ(record.err(), "");
+    EXPECT_TRUE(isEmpty());
 }
 
 TEST_F(RecordVerb, AMalformedAnswerIsStatus6AndNothingIsWritten) {

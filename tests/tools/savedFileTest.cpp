@@ -11,7 +11,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "failureOf.h"
+#include "support/failureOf.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "failureOf.h"
+#include "support/failureOf.h"
 #include "walkOrder.h"
 
 namespace {

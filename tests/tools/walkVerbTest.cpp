@@ -387,6 +387,18 @@ TEST(WalkVerb, AValueTooLongForAnyAnswerIsToldAlone) {
     EXPECT_EQ(walked.out(), "x\n0\n0\nfalse\n\n0\n0\nfalse\nx\n0\n0\nfalse\nx\n0\n0\nfalse\n");
 }
 
+TEST(WalkVerb, AColumnOfValuesTooLongIsFoundOutOnce) {
+    constexpr unsigned int rows = 200;
+    const ModelFile file(tableModel(rows, {"UINT8", "BYTE_ARRAY", "UINT8"}));
+    PlayedCard card(file.model());
+    card.holds("port.c1", std::string(2000, 'x'));
+    const Walked walked = walkOver(card, {"--model", file.path(), "-o", "value"});
+    EXPECT_EQ(walked.status(), 5);
+    EXPECT_EQ(linesIn(walked.err()), rows);
+    // Two a row, and the halvings until the first was found.
+    EXPECT_LE(walked.requests, 2 * rows + 16);
+}
+
 TEST(WalkVerb, ProgramsAreToldOfWhatIsMissing) {
     PlayedCard card;
     card.misses("voltage[1].name");
@@ -501,6 +513,15 @@ TEST(WalkVerb, CtrlCEndsItAtOnceWithWhatWasReadPrinted) {
                 EXPECT_GE(linesIn(walked.out()), 148U) << format;
         }
     }
+}
+
+TEST(WalkVerb, IsExplained) {
+    EXPECT_THAT(run({"--help"}).out, HasSubstr("\n  walk "));
+    const Ended help = run({"walk", "--help"});
+    EXPECT_EQ(help.status, 0);
+    for (const char* word : {"TARGET", "OBJECT", "--from", "--to", "--output", "--json", "--model",
+                             "--timeout", "--retries", "--trace", "LCMP_MODEL", "text,json,jsonl,csv,value"})
+        EXPECT_THAT(help.out, HasSubstr(word));
 }
 
 // ---------------------------------------------------------------- on a terminal

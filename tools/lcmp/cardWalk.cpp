@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "lcmpProtocolBase.h"
 #include "lcmpResult.h"
 
 namespace tool {
@@ -80,8 +81,8 @@ void CardWalk::ask(Batch& batch) {
 
 void CardWalk::askOnce(Batch& batch, const std::vector<std::size_t>& open) {
     std::vector<Variable> variables;
-    for (const std::size_t position : open)
-        variables.push_back(batch[position].variable);
+    std::transform(open.begin(), open.end(), std::back_inserter(variables),
+                   [&batch](std::size_t position) { return batch[position].variable; });
     Attempt attempt = m_exchange.readOnce(variables);
     switch (attempt.kind) {
         case Attempt::Kind::served:
@@ -116,6 +117,8 @@ void CardWalk::refuse(Batch& batch, std::size_t position, unsigned int result) {
     const bool ends = columnEnds(cell, result);
     if (m_over)
         return;
+    if (result == RESULT_TOO_LONG)
+        m_sizes.learn(cell.variable, LcmpProtocolBase::maxReadResponse);
     if (!ends) {
         cell.outcome.emplace();
         cell.outcome->status = ExitStatus::refused;

@@ -91,7 +91,7 @@ private:
     void emit(const Batch& batch);
     void emitCell(const WalkCell& cell);
     void comeTo(std::size_t part);
-    void endPart(std::size_t part);
+    void endPart(std::size_t position);
     void tellGap(const WalkPart& part, const std::string& column, const WalkGap& gap);
     void tell(ExitStatus status, const WalkProblem& problem);
     void fail(ExitStatus status, const std::string& text);

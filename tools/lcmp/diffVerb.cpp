@@ -160,14 +160,14 @@ void addDiffVerb(CLI::App& program, ExitStatus& status) {
     addModelOption(*verb, options->model);
     addClientOptions(*verb, options->client);
     verb->footer(
-        "What is the name of a file, or ends in .yaml or .yml, is a FILE: it holds what a card of this model "
-        "holds\n"
-        "when it starts. A card that is compared with a FILE has its model, unless --model gives another "
-        "one.\n"
-        "Of variables with `simulate` in either model differences are counted and left out: they would be "
-        "there\n"
-        "in every comparison. What one card refuses is only in the other; it is told, and the status is "
-        "5.\n\n"
+        "What is the name of a file, or ends in .yaml or .yml, is a FILE: it holds what a card of this "
+        "model\n"
+        "holds when it starts. A card that is compared with a FILE has its model, unless --model gives\n"
+        "another one.\n\n"
+        "Variables that have `simulate` in either model move by themselves and would differ in every\n"
+        "comparison: they are counted and left out. A recording knows of them if it was made with\n"
+        "--keep-motion; otherwise --model tells. What one card refuses is only in the other; it is told,\n"
+        "and the status is 5.\n\n"
         "Examples: lcmp diff 192.0.2.1 192.0.2.2 --ignore identity.ifcSlot --ignore control.guid\n"
         "          lcmp diff slot3.yaml 192.0.2.1 --fail-on-difference");
     verb->callback([options, &status] { status = diff(*options); });

@@ -165,8 +165,7 @@ std::vector<Outcome> Exchange::write(const std::vector<Assignment>& assignments)
 
 Attempt Exchange::readOnce(const std::vector<Variable>& variables) {
     std::vector<Element> elements;
-    for (const Variable& variable : variables)
-        elements.push_back(placeholder(variable));
+    std::transform(variables.begin(), variables.end(), std::back_inserter(elements), placeholder);
     const Reply reply = ask(LCMP_ACTION_READ, elements);
     if (reply.status != ExitStatus::done)
         return over(reply.status, reply.problem);
@@ -216,8 +215,10 @@ void Exchange::narrow(Positions& batch, const Attempt& attempt) {
 
 Attempt Exchange::takeValues(const std::vector<Variable>& variables, const Reply& reply) const {
     Attempt attempt;
-    for (const Variable& variable : variables)
-        attempt.outcomes.push_back(badFrame(cardText() + " answered without " + variable.name));
+    std::transform(variables.begin(), variables.end(), std::back_inserter(attempt.outcomes),
+                   [this](const Variable& variable) {
+                       return badFrame(cardText() + " answered without " + variable.name);
+                   });
     Positions open(variables.size());
     std::iota(open.begin(), open.end(), std::size_t{0});
     for (const Element& element : reply.elements) {

@@ -17,7 +17,8 @@ const LcmpModelObject& findObject(const LcmpModel& model, const std::string& nam
     if (const LcmpModelObject* object = lcmpModelFindObject(model, name))
         return *object;
     const auto dot = name.find('.');
-    if (dot != std::string::npos && lcmpModelFindObject(model, name.substr(0, name.find_first_of(".["))))
+    if (dot != std::string::npos &&
+        lcmpModelFindObject(model, name.substr(0, name.find_first_of(".["))) != nullptr)
         unresolved("'" + name + "' is one variable, and here objects are read; lcmp get reads variables");
     std::vector<std::string> names;
     std::string list;

@@ -56,9 +56,8 @@ void addWalkVerb(CLI::App& program, ExitStatus& status) {
     addClientOptions(*verb, options->client);
     verb->footer(
         "As many requests are sent as it takes; jsonl, csv and value print what has come after each.\n"
-        "A table ends where the card refuses a row and the last row as well. That is told, unless the model "
-        "ends\n"
-        "there, too. Ctrl-C prints what was read until then.\n\n"
+        "A table ends where the card refuses a row and the last row as well. That is told, unless the model\n"
+        "ends there, too. Ctrl-C prints what was read until then.\n\n"
         "Examples: lcmp walk 192.0.2.1\n"
         "          lcmp walk 192.0.2.1 identity temperature[2]\n"
         "          lcmp walk 192.0.2.1 port --model linecard48.yaml --from 40 -o csv");
