@@ -146,6 +146,26 @@ TEST(ModelVerb, ShowsTheVariablesOfAnObject) {
     EXPECT_EQ(json[2]["allow"], Json::parse("[[0, 3], [128, 128]]"));
 }
 
+TEST(ModelVerb, PrintsTablesAndBareNames) {
+    EXPECT_THAT(run({"model", "list", "-o", "csv"}).out,
+                testing::StartsWith("name,kind,id,common,rows,variables,description\n"
+                                    "identity,scalar,1,true,1,12,What the card is and what it has\n"));
+    EXPECT_THAT(run({"model", "list", "-o", "value"}).out,
+                testing::StartsWith("identity\nalarms\ncontrol\n"));
+    EXPECT_EQ(
+        run({"model", "show", "control", "-o", "csv"}).out,
+        "oid,name,type,access,default,eventable,unit,rules,description\n"
+        "0x11800000,control.reboot,BOOLEAN,writable,false,true,,,True starts the card again\n"
+        "0x11800001,control.utcTime,UINT64,writable,0,true,,,Seconds since 1970-01-01 UTC\n"
+        "0x11800002,control.bpClkRef,UINT8,writable,128,false,,one of 0-3 128,Backplane clock that is "
+        "followed\n"
+        "0x11800003,control.guid,STRING,writable,,false,,\"36 bytes, like [A-Za-z0-9-]*\",Identity that the "
+        "controller gives the card\n");
+    EXPECT_EQ(run({"model", "show", "temperature", "-o", "value"}).out,
+              "temperature[row].name\ntemperature[row].value\ntemperature[row].valid\n"
+              "temperature[row].min\ntemperature[row].max\n");
+}
+
 TEST(ModelVerb, ShowsAModelAsYamlThatIsTheSameModel) {
     Folder folder;
     const Ended shown = run({"model", "show", "--model", fantray, "-o", "yaml"});

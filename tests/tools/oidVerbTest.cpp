@@ -36,6 +36,13 @@ TEST(OidVerb, ComposesFromFields) {
     EXPECT_EQ(oid({"--group", "0", "-o", "value"}).out, "0x00000000\n");
 }
 
+TEST(OidVerb, AsCsvIsATable) {
+    EXPECT_EQ(oid({"0x50c10005", "control.bpClkRef", "-o", "csv"}).out,
+              "oid,kind,common,id,variable,row,name,type,access\n"
+              "0x50c10005,table,true,3,4,5,,,\n"
+              "0x11800002,scalar,true,3,2,,control.bpClkRef,UINT8,writable\n");
+}
+
 TEST(OidVerb, AsJsonHasAFieldForEveryBitField) {
     const json all = json::parse(oid({"0x50c10005", "control.bpClkRef", "--json"}).out);
     ASSERT_EQ(all.size(), 2U);

@@ -38,7 +38,19 @@ public:
 
     std::string as(const std::string& format) const {
         std::ostringstream out;
-        tool::printOutcomes(out, format, {0xC0000201, 4711}, m_variables, m_outcomes);
+        tool::OutcomePrinter printer(out, format, false);
+        printer.print({0xC0000201, 4711}, m_variables, m_outcomes);
+        printer.end();
+        return out.str();
+    }
+
+    /// The same of two cards, which answer alike.
+    std::string twiceAs(const std::string& format) const {
+        std::ostringstream out;
+        tool::OutcomePrinter printer(out, format, true);
+        printer.print({0xC0000201, 4711}, m_variables, m_outcomes);
+        printer.print({0xC0000202, 4712}, m_variables, m_outcomes);
+        printer.end();
         return out.str();
     }
 
@@ -95,6 +107,20 @@ TEST(Output, LosesNoByteOfATextThatIsNoUtf8) {
     EXPECT_EQ(object["bytes"], "61ff");
     EXPECT_THAT(Answer().value("identity.cardType", STRING, "°").as("jsonl"),
                 testing::Not(HasSubstr("bytes")));
+}
+
+TEST(Output, OfSeveralCardsNamesThemInText) {
+    const Answer answer = Answer().value("control.bpClkRef", UINT8, "3");
+    EXPECT_EQ(answer.twiceAs("text"),
+              "192.0.2.1:4711 control.bpClkRef = 3\n192.0.2.2:4712 control.bpClkRef = 3\n");
+    EXPECT_EQ(answer.twiceAs("value"), "3\n3\n");
+    EXPECT_EQ(answer.twiceAs("csv"),
+              "card,oid,name,type,value,error\n"
+              "192.0.2.1:4711,0x11800002,control.bpClkRef,UINT8,3,\n"
+              "192.0.2.2:4712,0x11800002,control.bpClkRef,UINT8,3,\n");
+    const nlohmann::json all = nlohmann::json::parse(answer.twiceAs("json"));
+    ASSERT_EQ(all.size(), 2U);
+    EXPECT_EQ(all[1]["card"], "192.0.2.2:4712");
 }
 
 TEST(OverallStatus, IsPartlyWhenSomeAreDoneAndElseTheFirstFailure) {

@@ -296,7 +296,7 @@ TEST(SetVerb, WritesNothingWhereAnOldValueCannotBeRead) {
     EXPECT_THAT(set.err(), HasSubstr("refused control.bpClkRef: RESULT WRONG OID"));
 }
 
-TEST(SetVerb, AWordOfTheModelIsAnOldValueToo) {
+TEST(SetVerb, OldValuesAreReadAsTheModelSays) {
     const std::string model = std::string(LCMP_MODELS_DIR) + "/linecard48.yaml";
     Program card({"card", "--listen", "127.0.0.1:0", "--period", "0", "--model", model});
     const std::string target = card.listening();

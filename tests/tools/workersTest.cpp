@@ -93,7 +93,18 @@ TEST(Workers, OneThatThrowsHasEnded) {
     EXPECT_EQ(team.ended[3], 1);
 }
 
-TEST(Workers, AMessageThatIsCutShortIsNone) {
+TEST(Workers, LeaveTheSignalsOfATerminalToTheirStarter) {
+    Team team;
+    team.start(0, [](const Workers::Send& send) {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+            raise(signal);
+        send("still there");
+    });
+    team.finish();
+    EXPECT_EQ(team.said[0], Messages{"still there"});
+}
+
+TEST(Workers, OneThatIsKilledHasEnded) {
     Team team;
     team.start(0, [](const Workers::Send& send) {
         send("whole");

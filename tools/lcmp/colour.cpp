@@ -21,10 +21,19 @@ bool isColourTerminal(int fileDescriptor) {
     return isatty(fileDescriptor) == 1 && !terminal.empty() && terminal != "dumb";
 }
 
-int fileDescriptorOf(const std::ostream& out) {
+bool showsColours(int fileDescriptor) {
+    if (choice != "auto")
+        return choice == "always";
+    return variableOfEnvironment("NO_COLOR").empty() && isColourTerminal(fileDescriptor);
+}
+
+// Asked once: a long output has a name on every line.
+bool showsColours(const std::ostream& out) {
+    static const bool standardOutput = showsColours(STDOUT_FILENO);
+    static const bool standardError = showsColours(STDERR_FILENO);
     if (&out == &std::cout)
-        return STDOUT_FILENO;
-    return &out == &std::cerr ? STDERR_FILENO : -1;
+        return standardOutput;
+    return &out == &std::cerr && standardError;
 }
 
 const char* codeOf(Paint paint) {
@@ -49,15 +58,8 @@ void addColourOption(CLI::App& verb) {
         ->default_str("auto");
 }
 
-bool showsColours(int fileDescriptor) {
-    if (choice != "auto")
-        return choice == "always";
-    return variableOfEnvironment("NO_COLOR").empty() && isColourTerminal(fileDescriptor);
-}
-
 std::string painted(const std::ostream& out, Paint paint, const std::string& text) {
-    const int fileDescriptor = fileDescriptorOf(out);
-    if (fileDescriptor < 0 || !showsColours(fileDescriptor))
+    if (!showsColours(out))
         return text;
     return std::string("\x1B[") + codeOf(paint) + "m" + text + "\x1B[0m";
 }

@@ -20,12 +20,10 @@ enum class Paint {
 /// Adds --color auto|always|never to a verb. The choice is the process's.
 void addColourOption(CLI::App& verb);
 
-/// Whether text to this file descriptor has colours: as --color says; unless it says, on a terminal, but not
-/// on one of TERM=dumb or without TERM, and never while NO_COLOR is set to something.
-bool showsColours(int fileDescriptor);
-
 /// The text in its colour when `out` is standard output or standard error and that has colours; otherwise
-/// the text as it is.
+/// the text as it is. Which have, is settled when the first text is painted: as --color says; unless it says,
+/// those that are terminals have, but not with TERM=dumb or without TERM, and not while NO_COLOR is set to
+/// something.
 std::string painted(const std::ostream& out, Paint paint, const std::string& text);
 
 }  // namespace tool

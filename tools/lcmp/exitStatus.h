@@ -12,9 +12,10 @@ enum class ExitStatus : int {
     usage = 2,         ///< The command line asks for something that does not exist or makes no sense.
     noAnswer = 3,      ///< No answer in time.
     refused = 4,       ///< The card refused; its result and the variable at fault are printed.
-    partly = 5,        ///< Some variables failed, others did not; details are in the output.
-    badFrame = 6,      ///< A malformed or unexpected frame.
-    unresolved = 7     ///< A name that means nothing.
+    partly = 5,  ///< Some variables of some cards failed, others did not, or a value is not the one that was
+                 ///< asked to be there before or after; details are in the output.
+    badFrame = 6,   ///< A malformed or unexpected frame.
+    unresolved = 7  ///< A name that means nothing.
 };
 
 /// Ends the verb that throws it: the text goes to standard error behind "lcmp: ".

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "colour.h"
 #include "knownVariable.h"
 #include "lcmpResult.h"
 #include "lcmpmsg.h"
@@ -136,11 +137,11 @@ std::string valueText(const FrameElement& element, const KnownVariable& known) {
     return known.unit.empty() || text.empty() ? text : text + " " + known.unit;
 }
 
-Row rowOf(const FrameElement& element, const LcmpModel& model) {
+Row rowOf(const std::ostream& out, const FrameElement& element, const LcmpModel& model) {
     const KnownVariable known = knownVariable(element.element.oid(), model);
     std::string value = valueText(element, known);
     if (!element.fault.empty())
-        value += (value.empty() ? "! " : "  ! ") + element.fault;
+        value += (value.empty() ? "" : "  ") + painted(out, Paint::problem, "! " + element.fault);
     return {std::to_string(element.offset), oidText(element.element.oid()), known.name,
             typeText(element.element.type()), value};
 }
@@ -164,7 +165,7 @@ void printRows(std::ostream& out, const std::vector<Row>& rows) {
     for (const Row& row : rows) {
         std::string line = leftPadded(row.offset) + "  " + row.oid + "  ";
         if (nameWidth != 0)
-            line += padded(row.name, nameWidth) + "  ";
+            line += painted(out, Paint::name, padded(row.name, nameWidth)) + "  ";
         line += row.value.empty() ? row.type : padded(row.type, typeWidth) + "  " + row.value;
         out << line << '\n';
     }
@@ -174,11 +175,11 @@ void printText(std::ostream& out, const Account& account) {
     out << headLine(account) << '\n';
     std::vector<Row> rows;
     for (const FrameElement& element : account.frame.elements)
-        rows.push_back(rowOf(element, account.model));
+        rows.push_back(rowOf(out, element, account.model));
     printRows(out, rows);
     if (account.frame.fault)
-        out << leftPadded(std::to_string(account.frame.fault->offset)) << "  ! "
-            << account.frame.fault->reason << '\n';
+        out << leftPadded(std::to_string(account.frame.fault->offset)) << "  "
+            << painted(out, Paint::problem, "! " + account.frame.fault->reason) << '\n';
 }
 
 // json

@@ -167,13 +167,6 @@ void OutcomePrinter::end() {
         m_out << jsonText(*m_all) << '\n';
 }
 
-void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAddress& card,
-                   const std::vector<Variable>& variables, const std::vector<Outcome>& outcomes) {
-    OutcomePrinter printer(out, format, false);
-    printer.print(card, variables, outcomes);
-    printer.end();
-}
-
 void tellProblem(const std::string& problem) {
     std::cerr << painted(std::cerr, Paint::problem, "lcmp:") << ' ' << problem << '\n';
 }

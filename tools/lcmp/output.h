@@ -69,10 +69,6 @@ private:
     std::unique_ptr<nlohmann::ordered_json> m_all;  // of json
 };
 
-/// The same of one card.
-void printOutcomes(std::ostream& out, const std::string& format, const LcmpUdpAddress& card,
-                   const std::vector<Variable>& variables, const std::vector<Outcome>& outcomes);
-
 /// Says it on standard error: "lcmp: " and the text.
 void tellProblem(const std::string& problem);
 

@@ -140,8 +140,8 @@ ExitStatus watch(const WatchOptions& options) {
     }
     while (!log.full() && !signals.stopped() && !deadline.passed() && std::cout) {
         signals.waitReadable(workers.fileDescriptor(), sooner(deadline.left(), log.notices().left()));
+        polling.takeTurn();  // first: what was read is older than an event that has come meanwhile
         takeTurn(receiver);
-        polling.takeTurn();
     }
     return ExitStatus::done;
 }

@@ -62,8 +62,10 @@ bool takeMessage(std::string& received, std::string& message) {
 
 // Never comes back: what the starter has on its stack is the starter's to end.
 [[noreturn]] void work(const Workers::Work& work, int pipe, pid_t starter) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
-        ::signal(signal, SIG_DFL);
+    // A terminal sends these to both. What becomes of them is for the starter to say, whose end is this
+    // one's.
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        ::signal(signal, SIG_IGN);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != starter)
         _exit(endedWithoutResult);

@@ -14,7 +14,8 @@ namespace tool {
 /// How many cards a program may talk to that keeps a process for each of them.
 constexpr std::size_t maxOfTheirOwnProcess = 256;
 
-/// The processes that work for this one; they end with it. One thread.
+/// The processes that work for this one. They end with it, and by no signal that a terminal sends. One
+/// thread.
 class Workers {
 public:
     /// Hands a message to the process that started the worker.
