@@ -2,8 +2,6 @@
 # Installs packages into an empty root and uses what is in them, as their users do.
 #
 # usage: check.sh MACHINE FOLDER_OF_THE_PACKAGES
-#
-# FOLDER_OF_THE_PACKAGES/build is what they were built in.
 set -euo pipefail
 
 machine=$1 folder=$(readlink -f "$2")
@@ -20,14 +18,12 @@ failed() { printf '%s: %s\n' "$machine" "$*" >&2; exit 1; }
 
 quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log" >&2; return 1; }; }
 
-# What of a build for another machine is this one's: libraries that are headers alone, and the emulator.
+# For another machine: its compiler, which takes headers from the root, and the emulator.
 compiler=(g++) emulator=() cross=()
 if [ "$machine" != "$(dpkg --print-architecture)" ]; then
-    compiler=("$triplet-g++" -isystem "$folder/build/headers/include")
+    compiler=("$triplet-g++" -isystem "$root/usr/include")
     emulator=(qemu-ppc -R 0xc0000000 -L "/usr/$triplet")
-    cross=(-DCMAKE_TOOLCHAIN_FILE="$project/cmake/$triplet.cmake" -DCMAKE_FIND_ROOT_PATH="$root"
-        -DBoost_NO_BOOST_CMAKE=ON -DBOOST_INCLUDEDIR="$folder/build/headers/include"
-        -DCMAKE_FIND_ROOT_PATH_MODE_INCLUDE=BOTH)
+    cross=(-DCMAKE_TOOLCHAIN_FILE="$project/cmake/$triplet.cmake" -DCMAKE_FIND_ROOT_PATH="$root")
 fi
 
 install_packages() {
@@ -35,6 +31,8 @@ install_packages() {
     touch "$root/var/lib/dpkg/status"
     quietly fakeroot dpkg --root="$root" --log=/dev/null --no-triggers \
         --force-depends --force-architecture --force-not-root --force-bad-path -i "$folder"/*.deb
+    # The development files depend on Boost, which is headers alone and the same for all machines.
+    ln -s /usr/include/boost "$root/usr/include/boost"
     printf '#!/bin/sh\nexec %s "%s/usr/bin/lcmp" "$@"\n' \
         "env LD_LIBRARY_PATH=$libraries ${emulator[*]}" "$root" >"$work/bin/lcmp"
     chmod +x "$work/bin/lcmp"

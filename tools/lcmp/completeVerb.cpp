@@ -41,7 +41,8 @@ void addCompleteVerb(CLI::App& program, ExitStatus& status) {
     const auto words = std::make_shared<std::vector<std::string>>();
     CLI::App* verb = program.add_subcommand("complete", "Says how a command line may go on");
     verb->group("");
-    verb->add_option("WORD", *words, "The words behind lcmp, the last one as far as it is typed")->type_name("");
+    verb->add_option("WORD", *words, "The words behind lcmp, the last one as far as it is typed")
+        ->type_name("");
     verb->callback([&program, words, &status] {
         print(std::cout, complete(program, *words));
         status = ExitStatus::done;
