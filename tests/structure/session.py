@@ -76,19 +76,20 @@ def agree(printed, expected):
     return bool(printed) and printed[0] == expected[0] and agree(printed[1:], expected[1:])
 
 
-class Shell:
-    """One shell for all of a document: what is exported stays, and so does the folder."""
+class Session:
+    """One shell, from its first command on in the folder that is current then: what is exported stays, and so does the
+    folder. And the programs that run beside it."""
 
     END = "-- that was it --"
 
-    def __init__(self, programs, folder, home):
+    def __init__(self, *programs, home=None):
         paths = ":".join(str(pathlib.Path(program).resolve().parent) for program in programs)
-        environment = {**os.environ, "PATH": f"{paths}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8",
-                       **({"HOME": home} if home else {})}
+        self.environment = {**os.environ, "PATH": f"{paths}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8",
+                            **({"HOME": home} if home else {})}
         number = os.getpid()
         self.address = f"127.{64 + (number >> 16 & 63)}.{number >> 8 & 255}.{number & 255}"
-        self.process = subprocess.Popen(["bash", "--noprofile", "--norc"], cwd=folder, env=environment, text=True,
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        self.shell = None
+        self.status = 0  # of the last command
         self.running = []
 
     def typed(self, command):
@@ -98,37 +99,45 @@ class Shell:
         return TIME.sub("TIME", output.replace(self.address, DOCUMENTED)).splitlines()
 
     def run(self, command):
-        """The status of a command, and the lines it prints."""
-        self.process.stdin.write(f"{{ {self.typed(command)}\n}} </dev/null\nprintf '\\n{self.END} %d\\n' $?\n")
-        self.process.stdin.flush()
+        """The lines that a command prints; its status is left in `status`."""
+        if self.shell is None:
+            self.shell = subprocess.Popen(["bash", "--noprofile", "--norc"], env=self.environment, text=True,
+                                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        self.shell.stdin.write(f"{{ {self.typed(command)}\n}} </dev/null\nprintf '\\n{self.END} %d\\n' $?\n")
+        self.shell.stdin.flush()
         output = ""
-        for line in self.process.stdout:
+        for line in self.shell.stdout:
             if line.startswith(self.END):
-                return int(line.split()[-1]), self.printed(output[:-1])
+                self.status = int(line.split()[-1])
+                return self.printed(output[:-1])
             output += line
-        return 1, [*self.printed(output), "the shell is gone"]
+        self.status = 1
+        return [*self.printed(output), "the shell is gone"]
 
     def start(self, command):
-        """Starts a program that runs beside the others, and waits until it is ready."""
+        """Starts a program that runs beside the others, and returns it with its first line, which tells that it is
+        ready."""
         command, _, word = command.partition(" | grep ")
         if re.match(r"lcmp card\b", command) and "--listen" not in command:
             command += f" --listen {DOCUMENTED}:{PORT}"
-        _, environment = self.run('export -p; printf "cd %q\\n" "$PWD"')
+        environment = self.run('export -p; printf "cd %q\\n" "$PWD"')
         script = "\n".join([*environment, f"exec {command}"])
         program = Beside(subprocess.Popen(["bash", "-c", self.typed(script)], text=True, stdout=subprocess.PIPE,
                                           stderr=subprocess.STDOUT), "".join(shlex.split(word)), self.printed)
         self.running.append(program)
-        return program
+        return program, program.lines
 
-    def end_section(self):
+    def end(self):
+        """Ends what runs beside the shell, as Ctrl-C does, and returns the statuses."""
         statuses = [program.end() for program in self.running]
         self.running = []
         return statuses
 
     def kill(self):
-        for process in [self.process, *(program.process for program in self.running)]:
+        for process in [*self.running, *([self.shell] if self.shell else [])]:
             process.kill()
             process.communicate()
+        self.running, self.shell = [], None
 
 
 class Beside:
@@ -148,9 +157,15 @@ class Beside:
                 self.lines += self.printed(line)
         return self.lines
 
+    def kill(self):
+        self.process.kill()
+
+    def communicate(self):
+        return self.process.communicate()
+
     def end(self):
         self.process.send_signal(signal.SIGINT)
-        self.process.communicate()  # until it has printed its last: who listens no more would end it otherwise
+        self.communicate()  # until it has printed its last: who listens no more would end it otherwise
         return self.process.returncode
 
 
@@ -158,47 +173,54 @@ def difference(step, printed):
     return [] if agree(printed, step.expected) else [f"$ {step.command}", *printed]
 
 
-def of_section(steps, shell):
+def of_section(steps, session):
     beside = [step for step in steps if step.runs_beside()]
     first = [step for step in beside if step.command.startswith("lcmp watch")]
     programs, faults = {}, []
     for step in steps:
         if step.expected is not None and not programs:
-            programs.update({watcher: shell.start(watcher.command) for watcher in first})
+            programs.update({watcher: session.start(watcher.command)[0] for watcher in first})
         if step in first:
             continue
         if step in beside:
-            programs[step] = shell.start(step.command)
+            programs[step] = session.start(step.command)[0]
             continue
-        status, printed = shell.run(step.command)
+        printed = session.run(step.command)
         if step.expected is not None:
             faults += difference(step, printed)
-        elif status != 0:
-            faults += [f"$ {step.command}", *printed, f"ended with status {status}"]
+        elif session.status != 0:
+            faults += [f"$ {step.command}", *printed, f"ended with status {session.status}"]
     for step, program in programs.items():
         faults += difference(step, program.wait_for(len(step.expected)))
-    return faults + [f"ended with status {status}" for status in shell.end_section()
-                     if status not in (0, -signal.SIGINT)]
+    return faults + [f"ended with status {status}" for status in session.end() if status not in (0, -signal.SIGINT)]
+
+
+def lay_out(document, root):
+    """The files of the document, and links to what is in the root, in the current folder."""
+    for entry in pathlib.Path(root).resolve().iterdir() if root else []:
+        if entry.name != "build":  # the session's own, if it builds
+            pathlib.Path(entry.name).symlink_to(entry)
+    for block in blocks_of(document):
+        if block.kind == "file":
+            file = pathlib.Path(block.what)
+            file.parent.mkdir(parents=True, exist_ok=True)
+            file.write_text(block.text, encoding="utf-8")
 
 
 def differences(document, programs, root=None, home=None):
-    sessions = sessions_of(document)
-    if not sessions:
+    sections = sessions_of(document)
+    if not sections:
         return ["the document has no session"]
+    root = pathlib.Path(root).resolve() if root else None
+    session, here = Session(*programs, home=home), os.getcwd()
     with tempfile.TemporaryDirectory() as folder:
-        for entry in pathlib.Path(root).resolve().iterdir() if root else []:
-            if entry.name != "build":  # the session's own, if it builds
-                (pathlib.Path(folder) / entry.name).symlink_to(entry)
-        for block in blocks_of(document):
-            if block.kind == "file":
-                file = pathlib.Path(folder) / block.what
-                file.parent.mkdir(parents=True, exist_ok=True)
-                file.write_text(block.text, encoding="utf-8")
-        shell = Shell(programs, folder, home)
+        os.chdir(folder)
         try:
-            return [fault for steps in sessions for fault in of_section(steps, shell)]
+            lay_out(document, root)
+            return [fault for steps in sections for fault in of_section(steps, session)]
         finally:
-            shell.kill()
+            os.chdir(here)
+            session.kill()
 
 
 def out_of_patience(*_):
