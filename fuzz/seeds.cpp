@@ -143,6 +143,9 @@ void writeSessions() {
           byte(0) + byte(0x10) + record(writeRequest(1, {{0x11800002, 3, "01"}})) + byte(0x10) +
               record(next) + byte(0x10) + record(next.substr(0, next.size() - 1)) + byte(0x10) +
               record("OTN1"));
+    std::string cut = writeRequest(1, {{0x11800002, 3, "01"}, {0x11800002, 3, "02"}});
+    cut.pop_back();
+    write("serving", "limit-one-byte-short", byte(0) + byte(0) + record(cut));
     write("serving", "session-events",
           byte(1) + byte(0xC2) + byte(3) + byte(60) + byte(0xC0) + byte(7) + bigEndian(9, 4) + byte(0xC1) +
               byte(0xC3));

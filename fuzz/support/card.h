@@ -48,7 +48,7 @@ struct Variable {
 /// The endpoint: keeps what it sends, in buffers of exactly the size.
 class Card : public LcmpProtocolBase {
 public:
-    explicit Card(const Manners& manners);
+    explicit Card(const Manners& how);
     ~Card() override;
 
     bool sendMessage(LCMPMessage* msg) override;
