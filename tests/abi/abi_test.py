@@ -22,8 +22,8 @@ class Abi(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         cls.addClassCleanup(folder.cleanup)
         cls.tree = pathlib.Path(folder.name) / "a tree"
-        for place in ["CMakeLists.txt", "cmake", "components", "scripts/abi", "tests/abi",
-                      "tests/structure/symbols.py"]:
+        for place in ["CMakeLists.txt", "cmake", "components", "docs", "examples", "scripts/abi", "tests/abi",
+                      "tests/structure/symbols.py", "tools/wireshark"]:
             (cls.tree / place).parent.mkdir(parents=True, exist_ok=True)
             (shutil.copytree if (ROOT / place).is_dir() else shutil.copy)(ROOT / place, cls.tree / place)
 
