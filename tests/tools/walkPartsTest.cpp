@@ -47,6 +47,13 @@ TEST(WalkParts, TakeTheWantedRowsOfTables) {
               "identity hardwareError[6-7]");
 }
 
+TEST(WalkParts, GoBeyondTheModelOnlyInTablesThatAreNamed) {
+    EXPECT_EQ(partsText({}, {6, 9}),
+              "identity alarms control download fileServer logRetrieval "
+              "hardwareError[6-7] operationalAlarm[6-7] voltageMonitor");
+    EXPECT_EQ(partsText({"hardwareError"}, {6, 9}), "hardwareError[6-9]");
+}
+
 TEST(WalkParts, ANameThatMeansNothingIsToldWithTheNearestOrAll) {
     EXPECT_EQ(problemOf({"temprature"}), "7: there is no object 'temprature'; did you mean temperature?");
     EXPECT_EQ(problemOf({"q"}),

@@ -508,9 +508,10 @@ TEST(WalkVerb, CtrlCEndsItAtOnceWithWhatWasReadPrinted) {
 const Arguments slowCard = {"--delay", "100",     "--delay-time",
                             "200ms",   "--model", LCMP_MODELS_DIR "/linecard48.yaml"};
 
+// A dozen requests.
 Arguments lineCardWalk(const RunningCard& card) {
-    return {"walk",      card.address(), "--model",   LCMP_MODELS_DIR "/linecard48.yaml",
-            "--timeout", "30s",          "--retries", "0"};
+    return {"walk", card.address(), "--model", LCMP_MODELS_DIR "/linecard48.yaml", "--to", "30", "--timeout",
+            "30s",  "--retries",    "0"};
 }
 
 TEST(WalkVerb, ShowsABarOnATerminalWhenItTakesLongAndTakesItAway) {

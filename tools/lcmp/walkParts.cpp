@@ -54,6 +54,13 @@ WalkPart wholeObject(const LcmpModelObject& object, const WantedRows& rows) {
     return {&object, rows.from.value_or(0), rows.to.value_or(object.rows - 1)};
 }
 
+// A table that nobody named is not asked for more than its model says.
+WalkPart unnamedObject(const LcmpModelObject& object, const WantedRows& rows) {
+    WalkPart part = wholeObject(object, rows);
+    part.last = std::min(part.last, object.rows - 1);
+    return part;
+}
+
 bool isEmpty(const WalkPart& part) { return part.first > part.last || part.object->variables.empty(); }
 
 }  // namespace
@@ -80,7 +87,7 @@ std::vector<WalkPart> resolveParts(const LcmpModel& model, const std::vector<std
     }
     for (const LcmpModelObject& object : model.objects) {
         if (names.empty())
-            parts.push_back(wholeObject(object, rows));
+            parts.push_back(unnamedObject(object, rows));
     }
     parts.erase(std::remove_if(parts.begin(), parts.end(), isEmpty), parts.end());
     if (parts.empty())

@@ -32,8 +32,8 @@ struct WantedRows {
 std::vector<WalkPart> allParts(const LcmpModel& model);
 
 /// What "temperature" or "temperature[2]" name, or all of the model where there is no name, without the rows
-/// that are not wanted. A Failure of status `unresolved` tells of a name that means nothing, one of status
-/// `usage` of rows that no table has.
+/// that are not wanted; of a named table rows beyond the model's may be. A Failure of status `unresolved`
+/// tells of a name that means nothing, one of status `usage` of rows that no table has.
 std::vector<WalkPart> resolveParts(const LcmpModel& model, const std::vector<std::string>& names,
                                    const WantedRows& rows = {});
 

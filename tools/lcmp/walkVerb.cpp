@@ -48,7 +48,7 @@ void addWalkVerb(CLI::App& program, ExitStatus& status) {
         ->type_name("ROW")
         ->check(CLI::Range(0U, lastRow));
     verb->add_option("--to", options->rows.to,
-                     "The last row of tables, which may lie beyond those that the model has")
+                     "The last row of tables; of those that are named it may lie beyond the model's")
         ->type_name("ROW")
         ->check(CLI::Range(0U, lastRow));
     addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
