@@ -15,8 +15,8 @@ void addCardVerb(CLI::App& program, ExitStatus& status);
 void addDecodeVerb(CLI::App& program, ExitStatus& status);
 void addGetVerb(CLI::App& program, ExitStatus& status);
 void addModelVerb(CLI::App& program, ExitStatus& status);
-void addOidVerb(CLI::App& program, ExitStatus& status);
 void addPingVerb(CLI::App& program, ExitStatus& status);
+void addOidVerb(CLI::App& program, ExitStatus& status);
 void addSetVerb(CLI::App& program, ExitStatus& status);
 void addWatchVerb(CLI::App& program, ExitStatus& status);
 
