@@ -30,6 +30,7 @@ public:
     const std::vector<Outcome>& poll() {
         const std::vector<std::size_t> places = asked();
         std::vector<Variable> variables;
+        variables.reserve(places.size());
         for (const std::size_t place : places)
             variables.push_back(m_settings.variables[place]);
         const std::vector<Outcome> outcomes =

@@ -99,7 +99,7 @@ unsigned int rangeBehind(unsigned int first, const std::string& last, unsigned i
 // A '-' is also a part of names: only behind a dotted address it makes a range.
 std::string cutHostRange(std::string& host) {
     std::string dotted = host;
-    const std::string last = cutRange(dotted);
+    std::string last = cutRange(dotted);
     std::uint32_t address = 0;
     if (last.empty() || !lcmpUdpParseHost(dotted, address))
         return "";
