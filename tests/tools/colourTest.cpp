@@ -11,6 +11,7 @@
 #include "lcmpTlv.h"
 #include "program.h"
 #include "scriptedCard.h"
+#include "terminals.h"
 
 namespace {
 
@@ -72,6 +73,7 @@ std::vector<std::string> with(std::vector<std::string> arguments, const std::vec
 }
 
 TEST(Colour, IsOnATerminalUnlessSomethingIsAgainstIt) {
+    SKIP_WITHOUT_TERMINALS();
     struct Case {
         std::vector<std::string> environment;
         std::vector<std::string> options;
@@ -99,6 +101,7 @@ TEST(Colour, IsNotInWhatIsNoTerminalUnlessAskedFor) {
 }
 
 TEST(Colour, IsInTextOnly) {
+    SKIP_WITHOUT_TERMINALS();
     for (const char* format : {"json", "jsonl", "csv", "value"})
         EXPECT_THAT(onTerminal(with(explain, {"-o", format}), {"TERM=xterm", "NO_COLOR="}),
                     Not(HasSubstr(escape)))

@@ -15,6 +15,7 @@
 #include "relay.h"
 #include "runningCard.h"
 #include "terminal.h"
+#include "terminals.h"
 
 namespace {
 
@@ -515,6 +516,7 @@ Arguments lineCardWalk(const RunningCard& card) {
 }
 
 TEST(WalkVerb, ShowsABarOnATerminalWhenItTakesLongAndTakesItAway) {
+    SKIP_WITHOUT_TERMINALS();
     const RunningCard card(slowCard);
     const Terminal terminal(lineCardWalk(card));
     EXPECT_EQ(terminal.status(), 0);
@@ -524,6 +526,7 @@ TEST(WalkVerb, ShowsABarOnATerminalWhenItTakesLongAndTakesItAway) {
 }
 
 TEST(WalkVerb, ShowsNoBarWhenItIsQuick) {
+    SKIP_WITHOUT_TERMINALS();
     const RunningCard card;
     const Terminal terminal({"walk", card.address(), "control"});
     EXPECT_EQ(terminal.status(), 0);
@@ -531,6 +534,7 @@ TEST(WalkVerb, ShowsNoBarWhenItIsQuick) {
 }
 
 TEST(WalkVerb, TheBarStandsInNobodysWay) {
+    SKIP_WITHOUT_TERMINALS();
     const RunningCard card(slowCard);
     for (const char* format : {"text", "csv"}) {
         const Arguments arguments = lineCardWalk(card) + Arguments{"-o", format};
