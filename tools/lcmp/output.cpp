@@ -34,30 +34,6 @@ bool isDone(const Outcome& outcome) {
     return outcome.status == ExitStatus::done && outcome.value.has_value();
 }
 
-Json outcomeJson(const std::string& card, const Variable& variable, const Outcome& outcome) {
-    Json object = {{"card", card}, {"oid", oidText(variable.oid)}, {"name", variable.name}};
-    if (isDone(outcome)) {
-        addJsonValue(variable, *outcome.value, object);
-        if (*variable.unit != '\0')
-            object["unit"] = variable.unit;
-    } else {
-        Json error = Json::object();
-        if (outcome.result != 0)
-            error["result"] = outcome.result;
-        error["text"] = outcome.problem;
-        object["error"] = error;
-    }
-    return object;
-}
-
-void printCsv(std::ostream& out, const std::string& card, const Variable& variable, const Outcome& outcome) {
-    out << card << ',' << oidText(variable.oid) << ',' << variable.name << ',';
-    if (isDone(outcome))
-        out << lcmpTlvTypeName(outcome.value->type()) << ',' << csvField(plainText(*outcome.value)) << ",\n";
-    else
-        out << ",," << csvField(outcome.problem) << '\n';
-}
-
 void printText(std::ostream& out, const std::string& card, const Variable& variable, const Outcome& outcome) {
     if (!isDone(outcome))
         return;
@@ -133,13 +109,43 @@ std::string resultText(unsigned int result) {
     return name.empty() || name == "unknown" ? "RESULT " + std::to_string(result) : name;
 }
 
+nlohmann::ordered_json errorJson(unsigned int result, const std::string& text) {
+    Json error = Json::object();
+    if (result != 0)
+        error["result"] = result;
+    error["text"] = text;
+    return error;
+}
+
+nlohmann::ordered_json outcomeJson(const std::string& card, const Variable& variable,
+                                   const Outcome& outcome) {
+    Json object = {{"card", card}, {"oid", oidText(variable.oid)}, {"name", variable.name}};
+    if (!isDone(outcome)) {
+        object["error"] = errorJson(outcome.result, outcome.problem);
+        return object;
+    }
+    addJsonValue(variable, *outcome.value, object);
+    if (*variable.unit != '\0')
+        object["unit"] = variable.unit;
+    return object;
+}
+
+void printOutcomeCsv(std::ostream& out, const std::string& card, const Variable& variable,
+                     const Outcome& outcome) {
+    out << card << ',' << oidText(variable.oid) << ',' << variable.name << ',';
+    if (isDone(outcome))
+        out << lcmpTlvTypeName(outcome.value->type()) << ',' << csvField(plainText(*outcome.value)) << ",\n";
+    else
+        out << ",," << csvField(outcome.problem) << '\n';
+}
+
 OutcomePrinter::OutcomePrinter(std::ostream& out, std::string format, bool several)
     : m_out(out),
       m_format(std::move(format)),
       m_several(several),
       m_all(std::make_unique<Json>(Json::array())) {
     if (m_format == "csv")
-        m_out << "card,oid,name,type,value,error\n";
+        m_out << outcomeCsvHeading;
 }
 
 OutcomePrinter::~OutcomePrinter() = default;
@@ -153,7 +159,7 @@ void OutcomePrinter::print(const LcmpUdpAddress& card, const std::vector<Variabl
         else if (m_format == "jsonl")
             m_out << jsonLine(outcomeJson(cardText, variables[i], outcomes[i]));
         else if (m_format == "csv")
-            printCsv(m_out, cardText, variables[i], outcomes[i]);
+            printOutcomeCsv(m_out, cardText, variables[i], outcomes[i]);
         else if (m_format == "value")
             m_out << (isDone(outcomes[i]) ? plainText(*outcomes[i].value) : "") << '\n';
         else

@@ -45,6 +45,17 @@ std::string csvField(const std::string& text);
 /// A value for people with its word and its unit, "21 °C", "2 (done)".
 std::string valueText(const Variable& variable, const Element& element);
 
+/// What became of one variable of a card, with "value" or with "error".
+nlohmann::ordered_json outcomeJson(const std::string& card, const Variable& variable, const Outcome& outcome);
+
+/// An "error": its text, and the card's result where that is not 0.
+nlohmann::ordered_json errorJson(unsigned int result, const std::string& text);
+
+/// What became of it as a line of CSV, under this heading.
+constexpr const char* outcomeCsvHeading = "card,oid,name,type,value,error\n";
+void printOutcomeCsv(std::ostream& out, const std::string& card, const Variable& variable,
+                     const Outcome& outcome);
+
 /// Prints what became of the variables of cards. text: one line each that was done, "name = value unit",
 /// behind the card where there are `several`. json and jsonl: every variable, with "value" or with "error".
 /// csv: the same with a heading. value: one line each, the bare value, empty where there is none.

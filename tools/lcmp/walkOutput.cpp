@@ -37,9 +37,7 @@ public:
             return takeField(cell);
         if (std::exchange(m_afterTable, false))
             m_out << '\n';
-        const std::string unit = cell.variable.unit;
-        m_out << cell.variable.name << " = " << displayText(cell.variable, *cell.outcome->value)
-              << (unit.empty() ? "" : " " + unit) << '\n';
+        m_out << cell.variable.name << " = " << valueText(cell.variable, *cell.outcome->value) << '\n';
         m_anything = true;
     }
 
@@ -91,22 +89,10 @@ class JsonOutput : public WalkSink {
 public:
     JsonOutput(std::ostream& out, const LcmpUdpAddress& card) : m_out(out), m_card(lcmpUdpToText(card)) {}
 
-    void take(const WalkCell& cell) override {
-        Json object = {{"card", m_card}, {"oid", oidText(cell.variable.oid)}, {"name", cell.variable.name}};
-        if (!hasValue(cell)) {
-            addError(object, cell.outcome->result, cell.outcome->problem);
-            return print(object);
-        }
-        addJsonValue(cell.variable, *cell.outcome->value, object);
-        if (*cell.variable.unit != '\0')
-            object["unit"] = cell.variable.unit;
-        print(object);
-    }
+    void take(const WalkCell& cell) override { print(outcomeJson(m_card, cell.variable, *cell.outcome)); }
 
     void takeProblem(const WalkProblem& problem) override {
-        Json object = {{"card", m_card}, {"name", problem.name}};
-        addError(object, problem.result, problem.text);
-        print(object);
+        print({{"card", m_card}, {"name", problem.name}, {"error", errorJson(problem.result, problem.text)}});
     }
 
     void flush() override { m_out.flush(); }
@@ -116,14 +102,6 @@ protected:
     virtual void print(const Json& object) { m_out << jsonLine(object); }
 
 private:
-    static void addError(Json& object, unsigned int result, const std::string& text) {
-        Json error = Json::object();
-        if (result != 0)
-            error["result"] = result;
-        error["text"] = text;
-        object["error"] = error;
-    }
-
     std::ostream& m_out;
     std::string m_card;
 };
@@ -151,17 +129,10 @@ private:
 class CsvOutput : public WalkSink {
 public:
     CsvOutput(std::ostream& out, const LcmpUdpAddress& card) : m_out(out), m_card(lcmpUdpToText(card)) {
-        m_out << "card,oid,name,type,value,error\n";
+        m_out << outcomeCsvHeading;
     }
 
-    void take(const WalkCell& cell) override {
-        m_out << m_card << ',' << oidText(cell.variable.oid) << ',' << cell.variable.name << ',';
-        if (hasValue(cell))
-            m_out << lcmpTlvTypeName(cell.outcome->value->type()) << ','
-                  << csvField(plainText(*cell.outcome->value)) << ",\n";
-        else
-            m_out << ",," << csvField(cell.outcome->problem) << '\n';
-    }
+    void take(const WalkCell& cell) override { printOutcomeCsv(m_out, m_card, cell.variable, *cell.outcome); }
 
     void takeProblem(const WalkProblem& problem) override {
         m_out << m_card << ",," << problem.name << ",,," << csvField(problem.text) << '\n';
