@@ -11,6 +11,7 @@
 
 #include "frameBuilder.h"
 #include "program.h"
+#include "runningCard.h"
 #include "scriptedCard.h"
 
 namespace {
@@ -122,23 +123,6 @@ const std::vector<Case>& allCases() {
 
 std::string verbOf(const Case& c) { return c.command.substr(0, c.command.find(' ')); }
 
-// A card of the program's own, where a case has one.
-class Peer {
-public:
-    explicit Peer(const std::vector<std::string>& options) : m_program(words(options)) {}
-
-    std::string target() { return m_program.listening(); }
-
-private:
-    static std::vector<std::string> words(const std::vector<std::string>& options) {
-        std::vector<std::string> all = {"card", "--listen", "127.0.0.1:0", "--period", "0"};
-        all.insert(all.end(), options.begin(), options.end());
-        return all;
-    }
-
-    Program m_program;
-};
-
 class ExitStatus : public testing::TestWithParam<Case> {
 protected:
     // The words of the command, with addresses in place of what stands for them.
@@ -170,14 +154,14 @@ private:
     }
 
     std::string started(const std::vector<std::string>& options) {
-        m_cards.push_back(std::make_unique<Peer>(options));
-        return m_cards.back()->target();
+        m_cards.push_back(std::make_unique<RunningCard>(options));
+        return m_cards.back()->address();
     }
 
     ScriptedCard m_silent;
     ScriptedCard m_otherSilent;
     ScriptedCard m_hostile;
-    std::vector<std::unique_ptr<Peer>> m_cards;
+    std::vector<std::unique_ptr<RunningCard>> m_cards;
 };
 
 TEST_P(ExitStatus, IsTheOneOfTheTable) {
