@@ -20,6 +20,14 @@ constexpr FaultTimes immediately = {FaultTimes::Duration(0), FaultTimes::Duratio
 
 constexpr auto writable = IFC_CARD_VAR_WRITABLE;
 
+/// A text without room of its own takes some with its first long value, and keeps it. This one has taken it:
+/// what is held more later is left behind.
+StringProperty* withRoom(StringProperty* text) {
+    text->set(std::string(64, ' '));
+    text->setToDefault();
+    return text;
+}
+
 class EvenNumbers : public TypeProperty<unsigned char>::TypeValueCheck {
 public:
     bool checkValue(unsigned char value) override { return value % 2 == 0; }
@@ -67,8 +75,8 @@ private:
         control.addProp(new TypeProperty<unsigned long long>(1, "utcTime", writable, 0ULL, true), 0);
         control.addProp(new TypeProperty<unsigned char>(2, "bpClkRef", writable, 128, new EvenNumbers, true),
                         0);
-        identity.addProp(new StringProperty(0, "cardType", IFC_CARD_VAR_READ_ONLY, "xxx"), 0);
-        download.addProp(new StringProperty(0, "filename", writable, "xxx"), 0);
+        identity.addProp(withRoom(new StringProperty(0, "cardType", IFC_CARD_VAR_READ_ONLY, "xxx")), 0);
+        download.addProp(withRoom(new StringProperty(0, "filename", writable, "xxx")), 0);
         download.addProp(new TypeProperty<int>(10, "setCommitTimer", writable, 0), 0);
     }
 
@@ -84,7 +92,7 @@ private:
         types.addProp(new TypeProperty<short>(6, "int16", writable, static_cast<short>(0)), 0);
         types.addProp(new TypeProperty<signed char>(7, "int8", writable, static_cast<signed char>(0)), 0);
         types.addProp(new TypeProperty<bool>(8, "boolean", writable, false), 0);
-        types.addProp(new StringProperty(9, "string", writable, ""), 0);
+        types.addProp(withRoom(new StringProperty(9, "string", writable, "")), 0);
         types.addProp(new IpAddressProperty(10, "ipAddress", writable, 0U, false), 0);
         types.addProp(new UnixTimeProperty(11, "unixTime", writable, 0LL, false), 0);
         types.addProp(new ArrayProperty(12, "byteArray", writable, false), 0);
