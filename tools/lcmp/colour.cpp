@@ -9,7 +9,7 @@
 namespace tool {
 namespace {
 
-std::string choice = "auto";
+std::string whenColoured = "auto";
 
 std::string variableOfEnvironment(const char* name) {
     const char* const text = std::getenv(name);
@@ -22,8 +22,8 @@ bool isColourTerminal(int fileDescriptor) {
 }
 
 bool showsColours(int fileDescriptor) {
-    if (choice != "auto")
-        return choice == "always";
+    if (whenColoured != "auto")
+        return whenColoured == "always";
     return variableOfEnvironment("NO_COLOR").empty() && isColourTerminal(fileDescriptor);
 }
 
@@ -51,7 +51,7 @@ const char* codeOf(Paint paint) {
 
 void addColourOption(CLI::App& verb) {
     verb.add_option_function<std::string>(
-            "--color", [](const std::string& when) { choice = when; },
+            "--color", [](const std::string& when) { whenColoured = when; },
             "Colours in text: auto is on a terminal, and not with NO_COLOR")
         ->type_name("WHEN")
         ->check(CLI::IsMember({"auto", "always", "never"}))
