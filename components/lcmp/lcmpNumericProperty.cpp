@@ -31,9 +31,11 @@ auto asNumber(T value) {
 
 template <typename T>
 TypeProperty<T>::TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,
-                              TypeValueCheck* check, bool eventable)
+                              TypeValueCheck* check, bool eventable) try
     : LcmpProperty(id, name, access, eventable), m_default(def), m_check(check) {
     setWord(static_cast<std::uint64_t>(def));
+} catch (...) {
+    delete check;
 }
 
 template <typename T>

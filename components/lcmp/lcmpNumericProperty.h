@@ -31,8 +31,9 @@ public:
         virtual bool checkValue(T value) = 0;
     };
 
-    // Value and default are `def`, which is not checked. The property owns `check` and deletes it; null
-    // accepts every value. Unless told otherwise changes are not reported.
+    // Value and default are `def`, which is not checked. The property owns `check` and deletes it,
+    // also where there is no memory for the property; null accepts every value. Unless told otherwise changes
+    // are not reported.
     TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def, TypeValueCheck* check,
                  bool eventable);
     TypeProperty(unsigned int id, const char* name, IfcCardVarAccessType access, T def,

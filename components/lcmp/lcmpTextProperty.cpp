@@ -14,8 +14,11 @@ using namespace lcmpdetail;
 // ---------------------------------------------------------------- text
 
 StringProperty::StringProperty(unsigned int id, const char* name, IfcCardVarAccessType access,
-                               std::string def, StringValueCheck* check, bool eventable)
-    : LcmpProperty(id, name, access, eventable), m_value(def), m_default(std::move(def)), m_check(check) {}
+                               std::string def, StringValueCheck* check, bool eventable) try
+    : LcmpProperty(id, name, access, eventable), m_value(def), m_default(std::move(def)), m_check(check) {
+} catch (...) {
+    delete check;
+}
 
 StringProperty::StringProperty(unsigned int id, const char* name, IfcCardVarAccessType access,
                                std::string def, StringValueCheck* check)

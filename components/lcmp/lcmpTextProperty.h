@@ -20,8 +20,8 @@ public:
         virtual bool checkValue(std::string value) = 0;
     };
 
-    // Value and default are `def`, which is not checked. The property owns `check` and deletes it; null
-    // accepts every text.
+    // Value and default are `def`, which is not checked. The property owns `check` and deletes it,
+    // also where there is no memory for the property; null accepts every text.
     StringProperty(unsigned int id, const char* name, IfcCardVarAccessType access, std::string def,
                    StringValueCheck* check, bool eventable);
     StringProperty(unsigned int id, const char* name, IfcCardVarAccessType access, std::string def,

@@ -1,5 +1,7 @@
 // Whatever an endpoint does while memory runs out for a moment: it says so, it leaves nothing behind, and the
 // next request is served.
+#include <optional>
+
 #include "failingMemory.h"
 #include "judgedCard.h"
 
@@ -147,6 +149,44 @@ TEST(MemoryFault, WhileACardIsBuiltLeavesNothingBehind) {
                                  },
                                  OnMalloc::quiet);
     EXPECT_GT(allocations, 50);
+}
+
+namespace {
+
+class PositiveNumbers : public TypeProperty<int>::TypeValueCheck {
+public:
+    bool checkValue(int value) override { return value > 0; }
+};
+
+class ShortTexts : public StringProperty::StringValueCheck {
+public:
+    bool checkValue(std::string value) override { return value.size() < 3; }
+};
+
+/// Variables that own a check each. They lie here: what their making allocates is theirs alone.
+struct Checked {
+    void make() {
+        constexpr const char* name = "a name that takes memory of its own";
+        number.emplace(1U, name, IFC_CARD_VAR_WRITABLE, 7, new PositiveNumbers);
+        std::string value(100, 't');
+        text.emplace(2U, name, IFC_CARD_VAR_WRITABLE, std::move(value), new ShortTexts);
+    }
+
+    std::optional<TypeProperty<int>> number;
+    std::optional<StringProperty> text;
+};
+
+}  // namespace
+
+TEST(MemoryFault, WhileAVariableIsMadeIsTheEndOfItsCheckToo) {
+    const int allocations = failEachAllocation<Checked>([](Checked& checked) { checked.make(); },
+                                                        [](Checked& checked) {
+                                                            checked.make();
+                                                            EXPECT_FALSE(checked.text->validValue("abc", 3));
+                                                            EXPECT_TRUE(checked.text->validValue("ab", 2));
+                                                        },
+                                                        OnMalloc::quiet);
+    EXPECT_GE(allocations, 6);
 }
 
 namespace {
