@@ -4,12 +4,11 @@
 #include <cmath>
 
 #include "lcmpProtocolBase.h"
+#include "wireSizes.h"
 
 namespace tool {
 namespace {
 
-constexpr int responseHeader = 11;
-constexpr int elementHeader = 7;
 constexpr unsigned int guessedLength = 32;
 constexpr unsigned int macAddressLength = 6;
 constexpr int remembered = 32;  // values of a column

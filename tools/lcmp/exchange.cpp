@@ -8,13 +8,11 @@
 
 #include "output.h"
 #include "trace.h"
+#include "wireSizes.h"
 
 namespace tool {
 namespace {
 
-constexpr int requestHeader = 8;
-constexpr int responseHeader = 11;
-constexpr int elementHeader = 7;
 constexpr std::uint32_t unusedOidBit = 0x20000000;  // cards ignore it and leave it out of their answers
 
 // Bytes that a value of unknown size is taken for; a wrong guess costs one more request.

@@ -3,14 +3,11 @@
 #include "byteReader.h"
 #include "lcmpmsg.h"
 #include "standardNames.h"
+#include "wireSizes.h"
 
 namespace tool {
 namespace {
 
-constexpr std::size_t requestHeader = 8;
-constexpr std::size_t responseHeader = 11;
-constexpr std::size_t eventHeader = 16;
-constexpr std::size_t elementHeader = 7;
 constexpr unsigned int macBytes = 6;
 constexpr unsigned int lastResult = 17;
 

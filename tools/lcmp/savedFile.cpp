@@ -1,9 +1,9 @@
 #include "savedFile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fcntl.h>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>

@@ -7,12 +7,12 @@
 #include <utility>
 
 #include "exitStatus.h"
+#include "wireSizes.h"
 
 namespace tool {
 namespace {
 
-constexpr int elementHeader = 7;  // bytes before the value
-constexpr int lengthOffset = 5;   // of the 16-bit length in an element
+constexpr int lengthOffset = 5;  // of the 16-bit length in an element
 constexpr unsigned int lastType = MAC_ADDRESS;
 
 [[noreturn]] void refuse(const std::string& text) { throw Failure(ExitStatus::usage, text); }
