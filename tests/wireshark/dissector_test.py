@@ -177,13 +177,16 @@ class Filters(Dissector):
                   "0008 000000006553F100 0480000C 0C 0002 00FF 0480000D 0D 0006 001B02030405",
         "broken": "4F544E31 01 02 000A 11800002 03 0005 04",
         "wrong": "4F544E31 01 02 000B 11800001 00 0002 0001",
+        "gap": "4F544E31 01 04 000C 03 0000",
+        "too many peers": "4F544E31 01 04 000D 10 0000",
+        "odd peer": "4F544E31 01 04 000E 11 0000",
     }
 
     MATCHES = {
         "lcmp.action == 2": ["write", "numbers", "others", "broken", "wrong"],
         "lcmp.message_id == 3": ["event"],
         "lcmp.result == 9": ["refusal"],
-        "lcmp.error_index == 0": ["refusal"],
+        "lcmp.error_index == 0": ["refusal", "gap", "too many peers", "odd peer"],
         'lcmp.error_name == "control.bpClkRef"': ["refusal"],
         "lcmp.error_oid == 0x11800002": ["refusal"],
         "lcmp.response_to == 1": ["refusal"],

@@ -168,8 +168,8 @@ local function result_text(result) return result_names[result] or string.format(
 -- 16 and 17 are told of peers, 13 to 15 are never sent; an application's own codes begin above.
 local function refuses_element(result) return (result >= 5 and result <= 10) or result > 17 end
 
--- The request has been served, whatever else the card noticed.
-local function is_served(result) return result == 0 or result == 2 or result == 3 end
+-- The request has been served, whatever the card noticed about its id or its sender.
+local function is_served(result) return result == 0 or result == 2 or result == 3 or result == 16 or result == 17 end
 
 -- Which response answers which request: the last request before it that went the other way between the same
 -- addresses and has its message id and its kind.
