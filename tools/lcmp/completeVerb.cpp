@@ -1,12 +1,11 @@
 // lcmp complete: what the completions of shells ask. Not in the help, and stable all the same: scripts of
 // another version may stand in the shell.
 //
-//   lcmp complete -- WORD...     the words behind "lcmp", the last one as far as it is typed, even if that is
-//   empty
+//   lcmp complete -- WORD...
 //
-// Prints a line for each way to go on, the word and behind a tab what it is, and last, where it fits,
-// ":files",
-// ":folders" or ":hosts" for what the shell knows better. No word begins with a colon.
+// The words are those behind "lcmp", the last one as far as it is typed, even if that is empty. Prints a line
+// for each way to go on, the word and behind a tab what it is, and last, where it fits, ":files", ":folders"
+// or ":hosts" for what the shell knows better. No word begins with a colon.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>

@@ -1,9 +1,6 @@
 // lcmp model: verifies, lists and shows card models, and turns them into code.
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -12,6 +9,7 @@
 #include "lcmpModelGenerate.h"
 #include "modelOption.h"
 #include "output.h"
+#include "savedFile.h"
 #include "standardNames.h"
 #include "value.h"
 #include "verbs.h"
@@ -266,9 +264,7 @@ ExitStatus show(const ModelOptions& options) {
 // ---------------------------------------------------------------- generate
 
 void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream file(path, std::ios::binary);
-    if (!(file << text << std::flush))
-        throw Failure(ExitStatus::localFailure, path + " cannot be written: " + std::strerror(errno));
+    saveFile(path, text);
     std::cout << path << '\n';
 }
 
