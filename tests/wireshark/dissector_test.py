@@ -17,6 +17,7 @@ import readers
 from capturing import PORT
 
 FRAMES = readers.ROOT / "tests" / "frames"
+SERVED = FRAMES.parent / "regression" / "0005-served-called-refused" / "response.frame"
 CONTROLLER = ("10.0.0.1", 40001)
 CARD = ("10.0.0.2", PORT)
 DECODE_AS = ("-d", f"udp.port=={PORT},lcmp")
@@ -178,7 +179,7 @@ class Filters(Dissector):
         "broken": "4F544E31 01 02 000A 11800002 03 0005 04",
         "wrong": "4F544E31 01 02 000B 11800001 00 0002 0001",
         "gap": "4F544E31 01 04 000C 03 0000",
-        "too many peers": "4F544E31 01 04 000D 10 0000",
+        "too many peers": capturing.bytes_of_frame(SERVED).hex(),
         "odd peer": "4F544E31 01 04 000E 11 0000",
     }
 
