@@ -74,8 +74,8 @@ private:
     // A received boolean byte is kept as it came and sent back as it came: any but 0 is true.
     T value() const { return static_cast<T>(word()); }
 
-    T m_default;
-    TypeValueCheck* m_check;
+    T m_default{};
+    TypeValueCheck* m_check = nullptr;
 };
 
 extern template class TypeProperty<unsigned long long>;

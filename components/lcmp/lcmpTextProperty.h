@@ -58,7 +58,7 @@ public:
 private:
     std::string m_value;
     std::string m_default;
-    StringValueCheck* m_check;
+    StringValueCheck* m_check = nullptr;
 };
 
 /// A byte-array variable that holds no bytes of its own until a subclass installs a buffer: before that
