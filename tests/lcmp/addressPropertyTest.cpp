@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr unsigned int varOid = 0x01000007;
 constexpr const char* addressFile = "lcmpAddressProperty.cpp";
 constexpr const char* zeros = "00 00 00 00 00 00";
 

@@ -41,7 +41,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr const char* reportingFile = "lcmpReporting.cpp";
 constexpr const char* receivingFile = "lcmpRequesting.cpp";
 
 using Byte = TypeProperty<unsigned char>;
@@ -91,8 +90,6 @@ public:
 private:
     std::map<unsigned int, std::unique_ptr<Byte>> m_variables;
 };
-
-std::string hexOf(const Elements& elements) { return hex(joined(elements)); }
 
 /// Tells when it goes. Not inlined: g++ guesses, at every place that destroys a Byte, that it is one of
 /// these, and then warns of what lies behind the Byte.

@@ -26,6 +26,10 @@ constexpr unsigned int otherUnknownOid = 0x03800002;
 /// temperature[row].value, INT32, eventable.
 constexpr unsigned int temperatureOf(unsigned int row) { return 0x51404000U + row; }
 
+constexpr const char* reportingFile = "lcmpReporting.cpp";
+
+inline std::string hexOf(const Elements& elements) { return hex(joined(elements)); }
+
 using Journal = std::vector<std::string>;
 
 /// Log lines are not written meanwhile.

@@ -11,11 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr const char* reportingFile = "lcmpReporting.cpp";
-
 using Value = unsigned long long;
-
-std::string hexOf(const Elements& elements) { return hex(joined(elements)); }
 
 /// A card in a process whose first pass is over and which has nothing pending.
 class Watched : public Card {

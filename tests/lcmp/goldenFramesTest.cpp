@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "frameBuilder.h"
+#include "frameOf.h"
 #include "frames.h"
 #include "lcmpProperty.h"
 #include "lcmpmsg.h"
@@ -282,12 +283,6 @@ Elements elementsOf(const std::string& frameBytes, std::size_t position) {
         position += 7 + length;
     }
     return elements;
-}
-
-std::string frameOf(const LCMPMessage& message) {
-    GuardedBytes guarded(static_cast<std::size_t>(message.getHeaderSize() + message.sizeOfTlvs()));
-    EXPECT_NE(message.serialize(guarded.data(), guarded.size()), 0);
-    return guarded.str();
 }
 
 /// An element of the same shape whose value differs, for booleans too.

@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "card.h"
+#include "frameOf.h"
 
 namespace {
 
@@ -11,13 +12,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr const char* messageFile = "lcmpmsg.cpp";
-
-/// The frame of a message, written into a buffer of exactly that size before an unmapped page.
-std::string frameOf(const LCMPMessage& message) {
-    GuardedBytes guarded(static_cast<std::size_t>(message.getHeaderSize() + message.sizeOfTlvs()));
-    EXPECT_NE(message.serialize(guarded.data(), guarded.size()), 0);
-    return guarded.str();
-}
 
 /// What a message makes of a frame.
 template <typename Message>

@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr unsigned int varOid = 0x01000007;
 constexpr const char* numericFile = "lcmpNumericProperty.cpp";
 
 // One value as a number, as bytes on the wire, and as people read it.

@@ -582,8 +582,8 @@ TEST_F(ObjectText, BeyondTheLastRowIsTheHeadAlone) {
 }
 
 TEST_F(ObjectText, OfAnEmptyRowIsItsHeading) {
-    const LcmpTable empty("never shown", 9, false, 2);
-    EXPECT_EQ(empty.str(0, 0),
+    const LcmpTable hollow("never shown", 9, false, 2);
+    EXPECT_EQ(hollow.str(0, 0),
               "\nTable : 9 (size = 2)\n---------------------------\n"
               "\nProperties for row 0:\n\nProperties for row 1:\n\n");
 }

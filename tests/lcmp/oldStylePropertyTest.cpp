@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr unsigned int varOid = 0x01000007;
 constexpr const char* oldStyleFile = "lcmpOldStyleProperty.cpp";
 constexpr unsigned int typeCount = 14;
 

@@ -358,8 +358,6 @@ private:
     bool m_accepts;
 };
 
-constexpr unsigned int varOid = 0x01000007;
-
 // What may be wrong with an element and the property it is meant for.
 struct Faults {
     explicit Faults(unsigned int bits)

@@ -12,6 +12,8 @@
 #include "capturedLog.h"
 #include "lcmpProperty.h"
 
+constexpr unsigned int varOid = 0x01000007;
+
 /// The bytes of an element; it declares as many value bytes as it has, or what it is told to.
 std::string element(unsigned int oid, unsigned int type, const std::string& value);
 std::string element(unsigned int oid, unsigned int type, const std::string& value, unsigned int declared);

@@ -31,7 +31,7 @@ std::unique_ptr<LcmpScalar> scalarWith(unsigned int group, bool common, unsigned
 }
 
 /// A card of objects as they come, without hooks of their own.
-class PlainCard : public TestEndpoint {
+class ByteCard : public TestEndpoint {
 public:
     void has(LcmpObject& object) { registerObject(&object); }
 
@@ -54,7 +54,7 @@ public:
         return hex(sent.at(0).substr(8));
     }
 
-    PlainCard() {
+    ByteCard() {
         const Silence silence;
         LCMPRequest before;
         checkMsgId(&before, Card::controller);
@@ -76,7 +76,7 @@ TEST(RegisteredObjects, AreToldApartByKindCommonFlagAndId) {
     LcmpTable commonTable2("table", 2, true, 1);
     give(table2, 1, 121);
     give(commonTable2, 1, 122);
-    PlainCard card;
+    ByteCard card;
     for (LcmpObject* object :
          std::vector<LcmpObject*>{group3.get(), &commonTable2, group2.get(), &table2, commonGroup2.get()})
         card.has(*object);
@@ -97,7 +97,7 @@ TEST(RegisteredObjects, ServeNoOidOfTheOtherKind) {
     give(table4, 0, 4, 1);
     give(table4, 1, 5, 0);
     for (const bool tableFirst : {true, false}) {
-        PlainCard card;
+        ByteCard card;
         if (tableFirst)
             card.has(table4);
         card.has(*group2);
@@ -123,7 +123,7 @@ TEST(RegisteredObjects, ReachTheEndsOfTheirFields) {
     give(table, 0, 5);
     give(table, 255, 6, 16383);
     give(table, 0, 7, 16383);
-    PlainCard card;
+    ByteCard card;
     card.has(last);
     card.has(table);
     EXPECT_EQ(card.valueOf(0x0F800000), "1");
@@ -142,7 +142,7 @@ TEST(RegisteredObjects, WithIdsBeyondTheirFieldServeNothing) {
     const auto commonGroup4 = scalarWith(4, true, 1, 2);
     LcmpTable table64("table", 64, false, 1);
     give(table64, 1, 3);
-    PlainCard card;
+    ByteCard card;
     for (LcmpObject* object : std::vector<LcmpObject*>{group32.get(), commonGroup4.get(), &table64}) {
         card.has(*object);
         EXPECT_EQ(card.valueOf(object->getOID(1, 0)), "refused");
@@ -153,7 +153,7 @@ TEST(RegisteredObjects, WithIdsBeyondTheirFieldServeNothing) {
 // Bit 29 belongs to no field: it is overlooked in a search, and is part of the OID that a write must have.
 TEST(RegisteredObjects, AreFoundWithBit29AndNotWrittenWithIt) {
     const auto object = scalarWith(2, false, 1, 21);
-    PlainCard card;
+    ByteCard card;
     card.has(*object);
     EXPECT_EQ(card.valueOf(0x21000001), "21");
     EXPECT_EQ(hex(card.sent.at(0).substr(responseHeader)), "01 00 00 01 03 00 01 15");
@@ -167,7 +167,7 @@ TEST(RegisteredObjects, ServeInTheOrderOfTheirRegistration) {
     const auto first = scalarWith(2, false, 1, 1);
     const auto second = scalarWith(2, false, 1, 2);
     give(*second, 9, 9);
-    PlainCard card;
+    ByteCard card;
     card.has(*first);
     card.has(*second);
     EXPECT_EQ(card.valueOf(0x01000001), "1");
@@ -183,7 +183,7 @@ TEST(RegisteredObjects, ServeInTheirOrderWhetherTheyHaveHooksOrNot) {
         give(hooked, 8, 8);
         const auto plain = scalarWith(2, false, 1, 2);
         give(*plain, 9, 9);
-        PlainCard card;
+        ByteCard card;
         if (hooksFirst)
             card.has(hooked);
         card.has(*plain);
@@ -205,7 +205,7 @@ TEST(RegisteredObjects, MayServeOidsInAWayOfTheirOwn) {
     for (const bool catchallFirst : {true, false}) {
         Catchall catchall;
         const auto plain = scalarWith(2, false, 1, 2);
-        PlainCard card;
+        ByteCard card;
         if (catchallFirst)
             card.has(catchall);
         card.has(*plain);
@@ -218,7 +218,7 @@ TEST(RegisteredObjects, MayServeOidsInAWayOfTheirOwn) {
 
 TEST(RegisteredObjects, MayBeNullOrRegisteredTwice) {
     const auto object = scalarWith(2, false, 1, 1);
-    PlainCard card;
+    ByteCard card;
     card.registerObject(nullptr);
     card.has(*object);
     card.registerObject(nullptr);
@@ -234,7 +234,7 @@ TEST(RegisteredObjects, MayBeNullOrRegisteredTwice) {
 
 TEST(RegisteredObjects, ServePropertiesThatAreAddedLater) {
     LcmpTable table("table", 2, false, 3);
-    PlainCard card;
+    ByteCard card;
     card.has(table);
     EXPECT_EQ(card.valueOf(0x40804002), "refused");
     give(table, 1, 5, 2);
@@ -248,7 +248,7 @@ TEST(RegisteredObjects, ServePropertiesThatAreAddedLater) {
 TEST(RegisteredObjects, MayJoinAtAnyTime) {
     const auto first = scalarWith(2, false, 1, 1);
     const auto second = scalarWith(3, false, 1, 2);
-    PlainCard card;
+    ByteCard card;
     EXPECT_EQ(card.valueOf(0x01000001), "refused");
     card.has(*first);
     EXPECT_EQ(card.valueOf(0x01000001), "1");
@@ -260,7 +260,7 @@ TEST(RegisteredObjects, MayJoinAtAnyTime) {
 TEST(RegisteredObjects, AreThoseThatTheSubclassLeavesInTheList) {
     const auto first = scalarWith(2, false, 1, 1);
     auto second = scalarWith(2, false, 1, 2);
-    PlainCard card;
+    ByteCard card;
     card.has(*first);
     card.has(*second);
     EXPECT_EQ(card.valueOf(0x01000001), "1");
@@ -278,7 +278,7 @@ TEST(RegisteredObjects, AreThoseThatTheSubclassLeavesInTheList) {
 // An allocator likes to give the place of what was just freed to what is made next.
 TEST(RegisteredObjects, MayLieWhereAnotherWas) {
     alignas(LcmpScalar) alignas(LcmpTable) unsigned char place[sizeof(LcmpScalar) + sizeof(LcmpTable)];
-    PlainCard card;
+    ByteCard card;
     auto* before = new (place) LcmpScalar("before", 2, false);
     give(*before, 1, 1);
     card.has(*before);
@@ -297,7 +297,7 @@ TEST(RegisteredObjects, MayLieWhereAnotherWas) {
 
 TEST(RegisteredObjects, MayLieWhereAnotherWasAfterARegistration) {
     alignas(LcmpScalar) unsigned char place[sizeof(LcmpScalar)];
-    PlainCard card;
+    ByteCard card;
     for (const unsigned int group : {2U, 5U}) {
         auto* object = new (place) LcmpScalar("object", group, false);
         give(*object, 1, static_cast<int>(group));
@@ -367,7 +367,7 @@ protected:
     void expectAlike(const std::string& frameBytes) {
         for (const int level : {0, 3, 9}) {
             std::vector<std::string> outcomes;
-            for (PlainCard* card : {&m_hooked, &m_plain}) {
+            for (ByteCard* card : {&m_hooked, &m_plain}) {
                 CapturedLog log(level);
                 card->sent.clear();
                 setLastId(*card, frameBytes);
@@ -388,7 +388,7 @@ private:
                           row);
     }
 
-    static void setLastId(PlainCard& card, const std::string& frameBytes) {
+    static void setLastId(ByteCard& card, const std::string& frameBytes) {
         const Silence silence;
         LCMPRequest before;
         before.setMessageId(
@@ -396,7 +396,7 @@ private:
         card.checkMsgId(&before, Card::controller);
     }
 
-    static std::string valuesOf(PlainCard& card) {
+    static std::string valuesOf(ByteCard& card) {
         std::string all;
         for (LcmpObject* object : card.lcmpObjects)
             all += object->str(0, 0);
@@ -408,8 +408,8 @@ private:
     Journaled<LcmpTable> m_hookedTable{m_journal, "cells", 5U, true, 4U};
     LcmpScalar m_plainScalar{"control", 3U, true};
     LcmpTable m_plainTable{"cells", 5U, true, 4U};
-    PlainCard m_hooked;
-    PlainCard m_plain;
+    ByteCard m_hooked;
+    ByteCard m_plain;
 };
 
 }  // namespace

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr unsigned int varOid = 0x01000007;
-
 StringProperty text(const std::string& def, bool eventable = false) {
     return {varOid, "text", IFC_CARD_VAR_WRITABLE, def, eventable};
 }

@@ -117,12 +117,12 @@ TEST(ModelObjects, TakeWhatTheirRulesAllow) {
                     variable(5, "exact", "type: STRING, length: 3"),
                     variable(6, "word", "type: STRING, pattern: 'ab|c'"),
                     variable(7, "bytes", "type: BYTE_ARRAY, length: 2")}));
-    struct Case {
+    struct Write {
         const char* name;
         std::string value;
         unsigned int result;
     };
-    const std::vector<Case> cases = {
+    const std::vector<Write> writes = {
         {"range", "\xFE", RESULT_OK},
         {"range", "\xFD", RESULT_WRONG_VALUE},
         {"range", "\x03", RESULT_WRONG_VALUE},
@@ -146,7 +146,7 @@ TEST(ModelObjects, TakeWhatTheirRulesAllow) {
         {"bytes", bytes("1234"), RESULT_OK},
         {"bytes", bytes("123456"), RESULT_WRONG_LEN},
     };
-    for (const Case& c : cases) {
+    for (const Write& c : writes) {
         const std::string name = std::string("s.") + c.name;
         const std::string before = card.read(name);
         EXPECT_EQ(card.write(name, c.value), c.result) << name << ' ' << hex(c.value);

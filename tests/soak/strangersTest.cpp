@@ -36,7 +36,7 @@ public:
     mutable int elements = 0;
 };
 
-std::vector<std::string> originals() {
+std::vector<std::string> knownFrames() {
     std::vector<std::string> all = {writeRequest(7, {Element{0x40400000, 0, "0000000000000001"}})};
     for (const Frame& frame : goldenFrames())
         all.push_back(frame.bytes);
@@ -71,7 +71,7 @@ constexpr FaultTimes immediately = {};
 
 TEST(Strangers, AMillionDatagramsOfThemAreNeitherDecodedNorAnswered) {
     constexpr int datagrams = 1000000;
-    const std::vector<std::string> frames = originals();
+    const std::vector<std::string> frames = knownFrames();
     Network network(Faults(1, {0, 0, 0, 0}, immediately));
     WatchfulCard card;
     ASSERT_TRUE(card.allow("127.64.0.0/10"));

@@ -14,13 +14,12 @@
 
 #include "bytes.h"
 #include "frameBuilder.h"
+#include "patience.h"
 #include "program.h"
 
 using namespace testing;
 
 namespace {
-
-constexpr int longestWait = 30000;  // milliseconds
 
 using Arguments = std::vector<std::string>;
 

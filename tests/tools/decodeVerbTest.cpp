@@ -64,16 +64,16 @@ json decodeJson(const std::string& content, std::vector<std::string> options = {
 const std::string writeOfFour = "4F544E31 01 02 0007 11800002 03 0001 04\n";
 const std::string refusal = "4F544E31 01 04 0007 09 0000\n";
 
-const End controller{1, 40001};
-const End card{2, 17470};
+const End controllerEnd{1, 40001};
+const End cardEnd{2, 17470};
 
 // A write, and the refusal 126 us later; something else between them.
 std::string capture() {
     const CaptureBytes order(false);
     return order.pcapHeader(0xA1B2C3D4, 101) +
-           order.record(1700000000, 250, udpPacket(controller, card, bytes(writeOfFour))) +
-           order.record(1700000000, 300, udpPacket(controller, {9, 53}, "a question")) +
-           order.record(1700000000, 376, udpPacket(card, controller, bytes(refusal)));
+           order.record(1700000000, 250, udpPacket(controllerEnd, cardEnd, bytes(writeOfFour))) +
+           order.record(1700000000, 300, udpPacket(controllerEnd, {9, 53}, "a question")) +
+           order.record(1700000000, 376, udpPacket(cardEnd, controllerEnd, bytes(refusal)));
 }
 
 TEST(DecodeVerb, ExplainsEveryFrameAsItsTextSays) {
@@ -212,7 +212,7 @@ TEST(DecodeVerb, AsValueIsTheBareValues) {
 
 TEST(DecodeVerb, ARequestWithoutAnAnswerAndARepeatedOneAreMarked) {
     const CaptureBytes order(true);
-    const std::string write = udpPacket(controller, card, bytes(writeOfFour));
+    const std::string write = udpPacket(controllerEnd, cardEnd, bytes(writeOfFour));
     const std::string out =
         decode(order.section() + order.interface(101) + order.packet(0, 0, write) + order.packet(0, 1, write))
             .out;
@@ -223,8 +223,8 @@ TEST(DecodeVerb, ARequestWithoutAnAnswerAndARepeatedOneAreMarked) {
 TEST(DecodeVerb, APortsDatagramsAreExplainedWhateverTheyBeginWith) {
     const CaptureBytes order(true);
     const std::string file = order.pcapHeader(0xA1B2C3D4, 101) +
-                             order.record(1, 0, udpPacket(controller, card, "nonsense")) +
-                             order.record(1, 0, udpPacket(controller, {2, 1}, bytes(writeOfFour)));
+                             order.record(1, 0, udpPacket(controllerEnd, cardEnd, "nonsense")) +
+                             order.record(1, 0, udpPacket(controllerEnd, {2, 1}, bytes(writeOfFour)));
     const Ended ended = decode(file, {"--port", "17470", "-o", "jsonl"});
     EXPECT_EQ(ended.status, 6);
     EXPECT_EQ(json::parse(ended.out)["fault"]["reason"], "the magic is 6e6f6e73, not 4f544e31 \"OTN1\"");
@@ -233,7 +233,7 @@ TEST(DecodeVerb, APortsDatagramsAreExplainedWhateverTheyBeginWith) {
 
 TEST(DecodeVerb, AFragmentedOrShortenedFrameIsToldSo) {
     const CaptureBytes order(true);
-    std::string fragment = udpPacket(controller, card, bytes(writeOfFour));
+    std::string fragment = udpPacket(controllerEnd, cardEnd, bytes(writeOfFour));
     const std::string shortened = fragment.substr(0, fragment.size() - 2);
     fragment[6] = 0x20;
     const Ended ended = decode(

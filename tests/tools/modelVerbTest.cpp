@@ -69,9 +69,9 @@ std::string modelWith(const std::string& variables) {
 const std::string brightness =
     "{id: 1, name: brightness, type: UINT8, access: writable, default: 50, max: 100}";
 
-class Card {
+class ModelCard {
 public:
-    explicit Card(const std::vector<std::string>& options) : m_program(arguments(options)) {
+    explicit ModelCard(const std::vector<std::string>& options) : m_program(arguments(options)) {
         m_address = m_program.listening();
     }
 
@@ -214,7 +214,7 @@ TEST(ModelVerb, GeneratesNothingUnderANameThatIsNone) {
 // ---------------------------------------------------------------- the other verbs
 
 TEST(ModelOption, ServesReadsAndWritesTheCardOfAModel) {
-    const Card card({"--model", fantray});
+    const ModelCard card({"--model", fantray});
     EXPECT_EQ(card.get("fan[5].serialNumber", fantray).out, "F-0106\n");
     const Ended set = run({"set", card.address(), "cooling.mode=manual", "--model", fantray});
     EXPECT_EQ(set.status, 0) << set.err;
@@ -267,7 +267,7 @@ TEST(ModelOption, ABadModelIsStatusSevenWithEveryError) {
 TEST(ModelOption, HangupLoadsTheModelAgain) {
     Folder folder;
     const std::string file = folder.write("card.yaml", modelWith(brightness));
-    Card card({"--model", file});
+    ModelCard card({"--model", file});
     EXPECT_EQ(card.get("lamp.brightness", file).out, "50\n");
     folder.write(
         "card.yaml",
@@ -280,7 +280,7 @@ TEST(ModelOption, HangupLoadsTheModelAgain) {
 TEST(ModelOption, HangupKeepsTheOldModelIfTheNewOneIsBad) {
     Folder folder;
     const std::string file = folder.write("card.yaml", modelWith(brightness));
-    Card card({"--model", file});
+    ModelCard card({"--model", file});
     EXPECT_EQ(run({"set", card.address(), "lamp.brightness=70", "--model", file}).status, 0);
     const std::string good = folder.write("good.yaml", modelWith(brightness));
     folder.write("card.yaml", modelWith("{id: 1}"));
@@ -320,34 +320,34 @@ TEST(ManyCards, ListenOnPortsOneAfterAnother) {
 }
 
 TEST(BadCard, MuteSaysNothing) {
-    const Card card({"--mute"});
+    const ModelCard card({"--mute"});
     EXPECT_EQ(run({"get", card.address(), "control.guid", "--timeout", "10", "--retries", "1"}).status, 3);
 }
 
 TEST(BadCard, AnswersWithTheErrorThatItIsTold) {
-    const Card card({"--answer-error", "12"});
+    const ModelCard card({"--answer-error", "12"});
     const Ended ended = run({"get", card.address(), "control.guid"});
     EXPECT_EQ(ended.status, 4);
     EXPECT_THAT(ended.err, HasSubstr("RESULT CANNOT EXEC"));
 }
 
 TEST(BadCard, LosesAnswersAndIsAskedAgain) {
-    const Card all({"--loss", "100"});
+    const ModelCard all({"--loss", "100"});
     EXPECT_EQ(run({"get", all.address(), "control.guid", "--timeout", "10", "--retries", "1"}).status, 3);
-    const Card some({"--loss", "50", "--seed", "5"});
+    const ModelCard some({"--loss", "50", "--seed", "5"});
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ(run({"get", some.address(), "control.guid", "--timeout", "20", "--retries", "12"}).status,
                   0);
 }
 
 TEST(BadCard, DelayedAnswersComeLate) {
-    const Card card({"--delay", "100", "--delay-time", "300ms"});
+    const ModelCard card({"--delay", "100", "--delay-time", "300ms"});
     EXPECT_EQ(run({"get", card.address(), "control.guid", "--timeout", "20", "--retries", "0"}).status, 3);
     EXPECT_EQ(run({"get", card.address(), "control.guid", "--timeout", "20s", "--retries", "0"}).status, 0);
 }
 
 TEST(BadCard, DoubledAnswersDoNoHarm) {
-    const Card card({"--duplicate", "100", "--reorder", "50"});
+    const ModelCard card({"--duplicate", "100", "--reorder", "50"});
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ(run({"get", card.address(), "control.bpClkRef", "temperature[0].name"}).status, 0);
 }

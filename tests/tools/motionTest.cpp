@@ -175,12 +175,12 @@ TEST(Motion, BeginsAnewWhenItRestarts) {
     moving.restart();
     moving.property().set(-1);  // not within the bounds: begins in the middle, as at first
     EXPECT_NE(moving.numbers(50, milliseconds(100)), std::vector<long long>(50, 0));
-    Moving other("{shape: walk, low: 0, high: 1000, step: 50}", "INT32", 1, ", value: 0");
+    Moving another("{shape: walk, low: 0, high: 1000, step: 50}", "INT32", 1, ", value: 0");
     Moving same("{shape: walk, low: 0, high: 1000, step: 50}", "INT32", 1, ", value: 0");
     same.numbers(20, milliseconds(100));
     same.property().set(0);
     same.restart();
-    EXPECT_EQ(same.numbers(50, milliseconds(100)), other.numbers(50, milliseconds(100)));
+    EXPECT_EQ(same.numbers(50, milliseconds(100)), another.numbers(50, milliseconds(100)));
 }
 
 TEST(Motion, ChanceIsTheSameEverywhere) {

@@ -9,7 +9,6 @@
 namespace {
 
 using testing::HasSubstr;
-using tool::Element;
 using tool::ExitStatus;
 using tool::Outcome;
 
@@ -18,7 +17,7 @@ class Answer {
 public:
     Answer& value(const std::string& name, LcmpTlvType type, const std::string& text) {
         m_variables.push_back(tool::resolveVariable(name));
-        Element element(m_variables.back().oid);
+        tool::Element element(m_variables.back().oid);
         tool::parseValue(type, text, element);
         Outcome outcome;
         outcome.value = element;

@@ -13,9 +13,9 @@ using nlohmann::json;
 using testing::HasSubstr;
 
 // A card on a free port, serving.
-class Card {
+class ServingCard {
 public:
-    explicit Card(const std::vector<std::string>& options = {})
+    explicit ServingCard(const std::vector<std::string>& options = {})
         : m_program(words(options)), m_address(m_program.listening()) {}
 
     const std::string& address() const { return m_address; }
@@ -41,7 +41,7 @@ private:
 };
 
 TEST(Session, ReadsWritesAndReadsBack) {
-    const Card card;
+    const ServingCard card;
     EXPECT_EQ(card.get({"identity.cardType", "-o", "value"}).out, "xxx\n");
     EXPECT_EQ(card.get({"control.bpClkRef"}).out, "control.bpClkRef = 128\n");
     EXPECT_EQ(card.set({"control.bpClkRef=3"}).status, 0);
@@ -49,7 +49,7 @@ TEST(Session, ReadsWritesAndReadsBack) {
 }
 
 TEST(Session, AValueThatTheCardRefusesIsNamed) {
-    const Card card;
+    const ServingCard card;
     const Ended ended = card.set({"control.bpClkRef=4"});
     EXPECT_EQ(ended.status, 4);
     EXPECT_EQ(ended.err, "lcmp: " + card.address() + " refused control.bpClkRef: RESULT WRONG VALUE\n");
@@ -57,7 +57,7 @@ TEST(Session, AValueThatTheCardRefusesIsNamed) {
 }
 
 TEST(Session, AReadOnlyVariableIsNamedAndNothingIsWritten) {
-    const Card card;
+    const ServingCard card;
     const Ended ended = card.set({"control.bpClkRef=2", "identity.ifcSlot=7"});
     EXPECT_EQ(ended.status, 4);
     EXPECT_THAT(ended.err, HasSubstr("refused identity.ifcSlot: RESULT READ ONLY"));
@@ -65,7 +65,7 @@ TEST(Session, AReadOnlyVariableIsNamedAndNothingIsWritten) {
 }
 
 TEST(Session, AGuidIsRefusedWhenShortAndElseStoredAndReadBack) {
-    const Card card;
+    const ServingCard card;
     const Ended refused = card.set({"control.guid=short"});
     EXPECT_EQ(refused.status, 4);
     EXPECT_THAT(refused.err, HasSubstr("refused control.guid: RESULT WRONG VALUE"));
@@ -75,7 +75,7 @@ TEST(Session, AGuidIsRefusedWhenShortAndElseStoredAndReadBack) {
 }
 
 TEST(Session, AVariableThatTheCardLacksDoesNotHideTheOthers) {
-    const Card card;
+    const ServingCard card;
     const Ended ended = card.get({"control.bpClkRef", "temperature[9].value", "--json"});
     EXPECT_EQ(ended.status, 5);
     const json values = json::parse(ended.out);
@@ -84,20 +84,20 @@ TEST(Session, AVariableThatTheCardLacksDoesNotHideTheOthers) {
 }
 
 TEST(Session, SixtyFourBitsArriveExactly) {
-    const Card card({"--period", "1h"});  // its clock stands still meanwhile
+    const ServingCard card({"--period", "1h"});  // its clock stands still meanwhile
     EXPECT_EQ(card.set({"control.utcTime=18446744073709551615"}).status, 0);
     const Ended ended = card.get({"control.utcTime", "--json"});
     EXPECT_THAT(ended.out, HasSubstr("18446744073709551615"));
 }
 
 TEST(Session, ATypeThatIsNotTheVariablesIsRefused) {
-    const Card card;
+    const ServingCard card;
     EXPECT_THAT(card.set({"control.bpClkRef:UINT16=3"}).err,
                 HasSubstr("refused control.bpClkRef: RESULT WRONG TYPE"));
 }
 
 TEST(Session, EveryVariableOfTheStandardCardIsReadInOneGo) {
-    const Card card;
+    const ServingCard card;
     const std::vector<std::pair<std::string, int>> tables = {
         {"temperature", 4}, {"voltage", 4}, {"hardwareError", 8}, {"operationalAlarm", 8}};
     const std::vector<std::vector<std::string>> columns = {{"name", "value", "valid", "min", "max"},
@@ -122,7 +122,7 @@ TEST(Session, EveryVariableOfTheStandardCardIsReadInOneGo) {
 
 TEST(Session, AWatcherSeesTheEventsOfALivingCard) {
     Program watch({"watch", "--listen", "127.0.0.1:0", "--count", "5", "-o", "jsonl"});
-    const Card card({"--period", "100ms", "--events-to", watch.listening()});
+    const ServingCard card({"--period", "100ms", "--events-to", watch.listening()});
     ASSERT_EQ(watch.finish(), 0);
     std::istringstream lines(watch.out());
     int values = 0;

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 // The error, or 0.
 int writeAll(int fileDescriptor, const std::string& text) {
     for (std::size_t at = 0; at < text.size();) {
-        const ssize_t written = write(fileDescriptor, text.data() + at, text.size() - at);
+        const ssize_t written = ::write(fileDescriptor, text.data() + at, text.size() - at);
         if (written < 0 && errno != EINTR)
             return errno;
         at += written < 0 ? 0 : static_cast<std::size_t>(written);

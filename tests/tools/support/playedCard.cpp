@@ -13,10 +13,10 @@
 #include <utility>
 
 #include "frameBuilder.h"
+#include "patience.h"
 
 namespace {
 
-constexpr std::chrono::seconds longestWait(30);
 constexpr std::size_t elementHeader = 7;
 constexpr std::size_t longestAnswer = 1200;
 
@@ -126,7 +126,8 @@ unsigned int PlayedCard::requests() {
 
 void PlayedCard::waitForRequests(unsigned int count) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    EXPECT_TRUE(m_changed.wait_for(lock, longestWait, [&] { return m_requests >= count; }));
+    EXPECT_TRUE(m_changed.wait_for(lock, std::chrono::milliseconds(longestWait),
+                                   [&] { return m_requests >= count; }));
 }
 
 void PlayedCard::run() {

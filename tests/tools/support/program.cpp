@@ -12,11 +12,11 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "patience.h"
+
 extern char** environ;  // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
 
 namespace {
-
-constexpr int longestWait = 30000;  // milliseconds
 
 // "TERM=" of "TERM=xterm".
 std::string nameOf(const std::string& entry) { return entry.substr(0, entry.find('=') + 1); }

@@ -11,10 +11,10 @@
 #include <stdexcept>
 
 #include "frameBuilder.h"
+#include "patience.h"
 
 namespace {
 
-constexpr int longestWait = 30000;  // milliseconds
 constexpr std::size_t elementHeader = 7;
 
 sockaddr_in socketAddress(const std::string& host, unsigned short port) {

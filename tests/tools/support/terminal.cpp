@@ -11,9 +11,9 @@
 #include <array>
 #include <stdexcept>
 
-namespace {
+#include "patience.h"
 
-constexpr int longestWait = 30000;  // milliseconds
+namespace {
 
 void execute(const std::vector<std::string>& arguments, int out, int err) {
     std::vector<std::string> words = {LCMP_PROGRAM};
