@@ -79,7 +79,7 @@ protected:
             const std::size_t size = front.size() + length + behind.size();
             char* const frame = m_room.last(size);
             front.copy(frame, front.size());
-            judged.sendGuarded({frame, size});
+            judged.sendGuarded({frame, size}, m_named);
         }
         judged.expectToWork();
     }
@@ -93,7 +93,7 @@ protected:
         for (unsigned int length = 0; length < 65536 && !HasFailure(); length += strideAt(length)) {
             declared[0] = static_cast<char>(length >> 8);
             declared[1] = static_cast<char>(length & 0xFF);
-            judged.sendGuarded(frame);
+            judged.sendGuarded(frame, m_named);
         }
         judged.expectToWork();
     }
@@ -110,6 +110,14 @@ private:
         return Element(GetParam().oid, GetParam().type).declaring(static_cast<int>(length)).bytes();
     }
 
+    std::vector<unsigned int> named() const {
+        std::vector<unsigned int> all = {clockRef, countdown};
+        if (judged.rules.variables().count(GetParam().oid) != 0)
+            all.push_back(GetParam().oid);
+        return all;
+    }
+
+    const std::vector<unsigned int> m_named = named();
     GuardedRoom m_room{66000};
 };
 
@@ -123,8 +131,11 @@ TEST_P(EveryLength, IsJudgedInAnEventAsFirst) { sendWhole(Door::event, false, tr
 TEST_P(EveryLength, IsJudgedInAnEventInTheMiddle) { sendWhole(Door::event, true, true); }
 TEST_P(EveryLength, IsJudgedInAnEventAsLast) { sendWhole(Door::event, true, false); }
 
+TEST_P(EveryLength, IsJudgedInAnEventThatLacksItsValue) { sendPromised(Door::event, true, true); }
+
 // By the rules of an event: one place will do.
 TEST_P(EveryLength, IsJudgedInAResponse) { sendWhole(Door::response, true, false); }
+TEST_P(EveryLength, IsJudgedInAResponseThatLacksItsValue) { sendPromised(Door::response, true, true); }
 
 INSTANTIATE_TEST_SUITE_P(Exhaustive, EveryLength, testing::ValuesIn(subjects), nameOf);
 

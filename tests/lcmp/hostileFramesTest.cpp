@@ -492,14 +492,6 @@ TEST_P(TypesAndLengths, AreSoundForWholeElementsOfEveryTypeCode) {
     }
 }
 
-TEST_P(TypesAndLengths, AreSoundForEveryDeclaredLengthOfEveryType) {
-    OneElement element(GetParam().header, bytes("0102030405060708"));
-    for (unsigned int type = 0; type <= MAC_ADDRESS; ++type) {
-        for (unsigned int declared = 0; declared < 65536 && !HasFailure(); declared += strideAt(declared))
-            sendGuarded(element.with(specimenOf(type), type, declared));
-    }
-}
-
 // Two faults at once: the position counts, not what stands before it.
 TEST_P(TypesAndLengths, AreSoundBehindElementsOfEveryType) {
     for (unsigned int first = 0; first <= 15; ++first) {

@@ -100,6 +100,14 @@ public:
         return m_values;
     }
 
+    /// Whether this element is the variable's with its value.
+    bool isHeldAs(unsigned int oid, Bytes element) const {
+        const Variable& variable = m_variables.at(oid);
+        std::string head;
+        appendHead(head, variable.oid, variable.type, variable.value.size());
+        return element.substr(0, head.size()) == head && element.substr(head.size()) == variable.value;
+    }
+
     const std::map<unsigned int, Variable>& variables() const { return m_variables; }
 
 private:
@@ -111,10 +119,14 @@ private:
             data += static_cast<char>(static_cast<unsigned char>(value >> shift));
     }
 
-    static void appendElement(std::string& data, unsigned int oid, unsigned int type, Bytes value) {
+    static void appendHead(std::string& data, unsigned int oid, unsigned int type, std::size_t length) {
         appendNumber(data, oid, 4);
         appendNumber(data, type, 1);
-        appendNumber(data, static_cast<unsigned int>(value.size()), 2);
+        appendNumber(data, static_cast<unsigned int>(length), 2);
+    }
+
+    static void appendElement(std::string& data, unsigned int oid, unsigned int type, Bytes value) {
+        appendHead(data, oid, type, value.size());
         data += value;
     }
 
