@@ -13,7 +13,6 @@
 
 #include "card.h"
 #include "frames.h"
-#include "lengths.h"
 
 namespace {
 
