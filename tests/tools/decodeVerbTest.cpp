@@ -19,7 +19,7 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-const std::filesystem::path folder = LCMP_FRAMES_DIR;
+const std::filesystem::path framesFolder = LCMP_FRAMES_DIR;
 
 std::string contentOf(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -78,8 +78,8 @@ std::string capture() {
 
 TEST(DecodeVerb, ExplainsAFrameAsItsTextSays) {
     for (const std::string name : {"write-many", "broken/ami-element-cut-in-value", "broken/no-bytes"}) {
-        const Ended ended = run({"decode", (folder / (name + ".frame")).string()});
-        EXPECT_EQ(ended.out, contentOf(folder / (name + ".txt")));
+        const Ended ended = run({"decode", (framesFolder / (name + ".frame")).string()});
+        EXPECT_EQ(ended.out, contentOf(framesFolder / (name + ".txt")));
         EXPECT_EQ(ended.status, name == "write-many" ? 0 : 6);
     }
 }
@@ -101,7 +101,7 @@ void expectEachAsItsTextSays(const std::vector<Frame>& frames, int status) {
             continue;
         ++number;
         capture += order.record(0, 0, udpPacket({1, number}, cardEnd, frame.bytes));
-        const std::string text = contentOf(folder / (frame.name + ".txt"));
+        const std::string text = contentOf(framesFolder / (frame.name + ".txt"));
         ASSERT_THAT(text, StartsWith("#1  ")) << frame.name;
         texts += (number == 1 ? "#" : "\n#") + std::to_string(number) +
                  "  1970-01-01T00:00:00.000000Z  10.0.0.1:" + std::to_string(number) + " > 10.0.0.2:17470" +
@@ -118,7 +118,7 @@ TEST(DecodeVerb, ExplainsEveryGoldenFrameAsItsTextSays) { expectEachAsItsTextSay
 TEST(DecodeVerb, ExplainsEveryBrokenFrameAsItsTextSays) { expectEachAsItsTextSays(brokenFrames(), 6); }
 
 TEST(DecodeVerb, EveryTextHasItsFrame) {
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(framesFolder)) {
         std::filesystem::path frame = entry.path();
         if (frame.extension() != ".txt")
             continue;
