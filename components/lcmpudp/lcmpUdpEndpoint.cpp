@@ -116,18 +116,26 @@ void LcmpUdpEndpoint::setEventPeriod(Milliseconds period) {
 }
 
 int LcmpUdpEndpoint::poll(Milliseconds timeout) {
-    const auto end = timeout.count() < 0 ? never : Clock::now() + std::min(timeout, longestWait);
-    // After a wait one datagram is known to be there; asking for a second would nearly always be for nothing.
-    for (int most = maxFramesPerTurn;; most = 1) {
-        const int handled = takeTurn(most);
-        const auto now = Clock::now();
-        const bool ran = m_socket >= 0 && runEventHandlerIfDue(now);
-        if (handled != 0 || ran || m_socket < 0 || now >= end)
-            return handled;
-        const Slept slept = waitUntil(std::min(end, nextEvent()), now);
+    auto now = Clock::now();
+    const auto end = timeout.count() < 0 ? never : now + std::min(timeout, longestWait);
+    const auto due = std::min(end, nextEvent());
+    // Where requests come one after the other, a look before the wait would nearly always be for nothing.
+    const bool waitsAtOnce = m_waitsInReceive && now < due && m_socket >= 0 && !holdsDatagrams();
+    int handled = waitsAtOnce ? 0 : takeTurn(maxFramesPerTurn);
+    bool ran = !waitsAtOnce && runEventHandlerIfDue(now);
+    while (handled == 0 && !ran && m_socket >= 0 && now < end) {
+        const Slept slept = waitForMore(due, now);
         if (slept != Slept::through)
             return slept == Slept::interrupted ? 0 : -1;
+        // One datagram is known to be there; asking for a second would nearly always be for nothing.
+        handled = takeTurn(std::max(m_inbox->size(), 1));
+        m_waitsInReceive = handled > 0;
+        if (handled != 0)
+            break;
+        now = Clock::now();
+        ran = runEventHandlerIfDue(now);
     }
+    return handled;
 }
 
 int LcmpUdpEndpoint::onReadable() { return takeTurn(maxFramesPerTurn); }
@@ -188,8 +196,7 @@ int LcmpUdpEndpoint::onDeadline() {
     for (int turn = 0; turn < maxFramesPerTurn && holdsDatagrams(); ++turn)
         handled += takeNext() == Taken::datagram ? 1 : 0;
     sendOutbox();
-    if (m_socket >= 0)
-        runEventHandlerIfDue(Clock::now());
+    runEventHandlerIfDue(Clock::now());
     return handled;
 }
 
@@ -297,7 +304,7 @@ void LcmpUdpEndpoint::keep(const Datagram& datagram) {
 }
 
 bool LcmpUdpEndpoint::runEventHandlerIfDue(Clock::time_point now) {
-    if (m_eventPeriod.count() == 0 || now < m_nextEvent)
+    if (m_eventPeriod.count() == 0 || m_socket < 0 || now < m_nextEvent)
         return false;
     // In step with the first run, unless a whole period was missed.
     m_nextEvent += m_eventPeriod;
@@ -309,6 +316,16 @@ bool LcmpUdpEndpoint::runEventHandlerIfDue(Clock::time_point now) {
 
 LcmpUdpEndpoint::Clock::time_point LcmpUdpEndpoint::nextEvent() const {
     return m_eventPeriod.count() == 0 ? never : m_nextEvent;
+}
+
+// As waitUntil; what came may be in the inbox already.
+LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitForMore(Clock::time_point time, Clock::time_point now) {
+    if (!m_waitsInReceive)
+        return waitUntil(time, now);
+    const int error = m_inbox->await(m_socket, millisecondsUntil(time, now), m_local.host == 0);
+    if (error == 0)
+        return Slept::through;
+    return error == EINTR ? Slept::interrupted : waitUntil(time, Clock::now());
 }
 
 LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitUntil(Clock::time_point time, Clock::time_point now) {

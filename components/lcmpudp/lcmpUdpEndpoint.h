@@ -188,6 +188,7 @@ private:
 
     bool runEventHandlerIfDue(Clock::time_point now);
     Clock::time_point nextEvent() const;
+    Slept waitForMore(Clock::time_point time, Clock::time_point now);
     Slept waitUntil(Clock::time_point time, Clock::time_point now);
 
     bool sendAny(LCMPMessage* msg, Frame& frame);
@@ -230,6 +231,7 @@ private:
     std::minstd_rand m_random;
     std::unique_ptr<lcmpudpdetail::Inbox> m_inbox;    // received together, not yet handled
     std::unique_ptr<lcmpudpdetail::Outbox> m_outbox;  // responses to such, not yet sent
+    bool m_waitsInReceive = false;  // the last wait brought a frame, so the next one is likely to, soon
     std::string m_peerText;  // of the peer whose frame was handled last: it comes again
     std::uint32_t m_peerTextHost = 0;
 };

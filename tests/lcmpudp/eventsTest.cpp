@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
-#include "capturedLog.h"
+#include "passes.h"
 #include "station.h"
 #include "system.h"
 
@@ -33,17 +33,6 @@ public:
         setClock(value);
         EXPECT_EQ(eventHandler(), 1);
     }
-};
-
-// Counts event passes by the line that each of them writes first.
-class Passes {
-public:
-    int operator()() const {
-        return m_log.count("DEBUG1", "initDone=1") + m_log.count("DEBUG1", "initDone=0");
-    }
-
-private:
-    CapturedLog m_log{levelDebug1};
 };
 
 }  // namespace

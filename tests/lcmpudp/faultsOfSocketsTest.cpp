@@ -150,6 +150,29 @@ TEST_P(UdpReceivingFault, HidesNoRequestFromACard) {
     }
 }
 
+TEST_P(UdpReceivingFault, HidesNoRequestFromACardThatWaitsInTheReceive) {
+    for (const char* bound : {"127.0.0.1", "0.0.0.0"}) {
+        Station card(bound);
+        Peer controller;
+        const LcmpUdpAddress asked{0x7F000001, card.getLocalAddress().port};
+        System system(card);
+        for (unsigned int id = 1; id <= 4; ++id) {
+            // After the first the card waits so; the second takes several at once, the others one.
+            const bool fails = id == 2 || id == 4;
+            system.receiveErrors = fails ? std::deque<int>{error} : std::deque<int>{};
+            system.onWait = once([&] { controller.send(readRequest(id, {clockIs(0)}), asked); });
+            const int expected = !fails || isPassing(error) ? 1 : error == EINTR ? 0 : -1;
+            EXPECT_EQ(card.poll(Milliseconds(10000)), expected);
+            if (expected != 1) {
+                EXPECT_EQ(card.poll(Milliseconds(10000)), 1);
+            }
+            EXPECT_EQ(controller.receive(), hex(readResponse(id, 0, 0, {clockIs(128)})));
+        }
+        EXPECT_GE(system.patientReceives, 1) << bound;
+        EXPECT_EQ(card.getCounters().receiveFailures, error == EINTR || error == EAGAIN ? 0U : 2U);
+    }
+}
+
 TEST_P(UdpReceivingFault, EndsARequestOrPasses) {
     const int before = openDescriptors();
     Station controller;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <time.h>
 
 #include <cerrno>
@@ -47,6 +48,31 @@ int waitFrozen(System& system, pollfd* sockets, nfds_t count, int milliseconds) 
     return 0;
 }
 
+int limitOf(int fileDescriptor) {
+    timeval limit{};
+    socklen_t size = sizeof limit;
+    EXPECT_EQ(getsockopt(fileDescriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, &size), 0);
+    return static_cast<int>(limit.tv_sec * 1000 + limit.tv_usec / 1000);
+}
+
+// A receive that waits, `receive(flags)`: what happens on the other side happens first, and frozen time
+// passes.
+template <typename Receive>
+ssize_t receivePatiently(System& system, int fileDescriptor, int flags, Receive receive) {
+    if ((flags & MSG_DONTWAIT) != 0)
+        return receive(flags);
+    const int limit = limitOf(fileDescriptor);
+    ++system.patientReceives;
+    system.waitTimes.push_back(limit);
+    system.onWait();
+    if (!system.timeIsFrozen())
+        return receive(flags);
+    const ssize_t received = receive(flags | MSG_DONTWAIT);
+    if (received < 0 && errno == EAGAIN)
+        system.advance(LcmpUdpEndpoint::Milliseconds(limit));
+    return received;
+}
+
 // What goes wrong before a receive is tried; 0: nothing.
 int beforeReceive(System& system) {
     ++system.receives;
@@ -69,7 +95,9 @@ INTERPOSED ssize_t recvmsg(int fileDescriptor, msghdr* message, int flags) {
         errno = error;
         return -1;
     }
-    const ssize_t received = real(fileDescriptor, message, flags);
+    const ssize_t received = receivePatiently(*system, fileDescriptor, flags, [&](int withFlags) {
+        return real(fileDescriptor, message, withFlags);
+    });
     if (received >= 0 && system->cutsNextDatagram) {
         message->msg_flags |= MSG_TRUNC;
         system->cutsNextDatagram = false;
@@ -90,7 +118,9 @@ INTERPOSED ssize_t recvfrom(int fileDescriptor, void* buffer, std::size_t size, 
         errno = error;
         return -1;
     }
-    const ssize_t received = real(fileDescriptor, buffer, size, flags, from, fromSize);
+    const ssize_t received = receivePatiently(*system, fileDescriptor, flags, [&](int withFlags) {
+        return real(fileDescriptor, buffer, size, withFlags, from, fromSize);
+    });
     if (received < 0 || !system->cutsNextDatagram)
         return received;
     system->cutsNextDatagram = false;
@@ -105,6 +135,7 @@ INTERPOSED ssize_t sendto(int fileDescriptor, const void* data, std::size_t size
     if (system == nullptr)
         return real(fileDescriptor, data, size, flags, to, toSize);
     ++system->sends;
+    EXPECT_NE(flags & MSG_DONTWAIT, 0) << "a send may wait";
     const int error = takeError(system->sendErrors);
     if (error != 0) {
         errno = error;
@@ -123,6 +154,7 @@ INTERPOSED ssize_t sendmsg(int fileDescriptor, const msghdr* message, int flags)
     if (system == nullptr)
         return real(fileDescriptor, message, flags);
     ++system->sends;
+    EXPECT_NE(flags & MSG_DONTWAIT, 0) << "a send may wait";
     const int error = takeError(system->sendErrors);
     if (error != 0) {
         errno = error;
@@ -160,7 +192,10 @@ INTERPOSED int recvmmsg(int fileDescriptor, mmsghdr* messages, unsigned int coun
                         timespec* /*timeout*/) {
     const System* const system = watching(fileDescriptor);
     return oneByOne(messages, count, system != nullptr ? &system->receiveErrors : nullptr,
-                    [&](msghdr* message) { return recvmsg(fileDescriptor, message, flags); });
+                    [&](msghdr* message) {
+                        const bool waits = (flags & MSG_WAITFORONE) != 0 && message == &messages->msg_hdr;
+                        return recvmsg(fileDescriptor, message, waits ? 0 : MSG_DONTWAIT);
+                    });
 }
 
 INTERPOSED int sendmmsg(int fileDescriptor, mmsghdr* messages, unsigned int count, int flags) {

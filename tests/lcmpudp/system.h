@@ -10,7 +10,7 @@
 #include "lcmpUdpEndpoint.h"
 
 /// Watches the socket that the endpoint has now, as long as it lives; calls on other sockets go through. One
-/// at a time, one thread.
+/// at a time, one thread. A send that may wait is a failure of the test.
 class System {
 public:
     explicit System(const LcmpUdpEndpoint& endpoint);
@@ -23,7 +23,8 @@ public:
     int receives = 0;
     int sends = 0;
     int waits = 0;
-    std::vector<int> waitTimes;  // milliseconds
+    int patientReceives = 0;     // those of the receives that wait
+    std::vector<int> waitTimes;  // milliseconds, of either
 
     // Errors of the next calls, first come first served; 0 lets one through.
     std::deque<int> receiveErrors;
@@ -33,7 +34,8 @@ public:
     bool cutsNextDatagram = false;
     bool hidesAskedAddress = false;
 
-    // What happens on the other side: before a wait or a receive begins, and after something was sent.
+    // What happens on the other side: before a wait or a receive begins (both before one that waits), and after
+    // something was sent.
     std::function<void()> onWait = [] {};
     std::function<void()> onReceive = [] {};
     std::function<void()> onSent = [] {};

@@ -1,25 +1,76 @@
 #include "datagramBatch.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 namespace lcmpudpdetail {
 
 // ---------------------------------------------------------------- in
 
+namespace {
+
+// The system rounds the limit of a receive up to its ticks, and setting it costs a call. So it is a fraction
+// of the wait that it serves, and stays for shorter and longer ones.
+constexpr int longestAwait = 3600 * 1000;  // milliseconds
+constexpr int shortestAwait = 20;
+
+constexpr int singlesBetweenFills = 64;
+
+}  // namespace
+
+char* Inbox::place(std::size_t index) {
+    if (m_buffers[index] == nullptr)
+        m_buffers[index].reset(new char[m_bufferSize]);
+    return m_buffers[index].get();
+}
+
+void Inbox::receiveOne(int fileDescriptor, bool manyAddresses, Patience patience) {
+    m_receipts[0] = receiveDatagram(fileDescriptor, place(0), m_bufferSize, manyAddresses, patience);
+    m_count = isNothingThere(m_receipts[0].error) ? 0 : 1;
+    m_next = 0;
+}
+
+void Inbox::receiveMany(int fileDescriptor, std::size_t most, bool manyAddresses, Patience patience) {
+    std::array<char*, batchSize> places{};
+    for (std::size_t i = 0; i < most; ++i)
+        places[i] = place(i);
+    m_count = receiveDatagrams(fileDescriptor, places.data(), m_bufferSize, most, manyAddresses,
+                               m_receipts.data(), patience);
+    m_next = 0;
+    m_singles = m_count > 1 ? 0 : singlesBetweenFills;
+}
+
 bool Inbox::fill(int fileDescriptor, int most, bool manyAddresses) {
     const auto wanted = static_cast<std::size_t>(std::clamp(most, 1, batchSize));
-    std::array<char*, batchSize> places{};
-    for (std::size_t i = 0; i < wanted; ++i) {
-        if (m_buffers[i] == nullptr)
-            m_buffers[i].reset(new char[m_bufferSize]);
-        places[i] = m_buffers[i].get();
-    }
-    m_count = receiveDatagrams(fileDescriptor, places.data(), m_bufferSize, wanted, manyAddresses,
-                               m_receipts.data());
-    m_next = 0;
-    m_singles = m_count > 1 ? 0 : batchSize;
+    receiveMany(fileDescriptor, wanted, manyAddresses, Patience::none);
     return m_count == wanted || (m_count > 0 && m_receipts[m_count - 1].error != 0);
+}
+
+int Inbox::await(int fileDescriptor, int milliseconds, bool manyAddresses) {
+    if (!limitAwait(fileDescriptor, milliseconds))
+        return EAGAIN;
+    if (isWorthFilling())
+        receiveMany(fileDescriptor, batchSize, manyAddresses, Patience::some);
+    else
+        receiveOne(fileDescriptor, manyAddresses, Patience::some);
+    if (empty())
+        return EAGAIN;
+    if (m_receipts[0].error != EINTR)
+        return 0;
+    m_next = m_count;
+    return EINTR;
+}
+
+// False: so short a wait, or such a system, is better served elsewhere.
+bool Inbox::limitAwait(int fileDescriptor, int milliseconds) {
+    const int time = milliseconds < 0 ? longestAwait : std::min(milliseconds, longestAwait);
+    if (time < shortestAwait)
+        return false;
+    if (m_limit >= time / 8 && m_limit <= time / 2)
+        return true;
+    m_limit = limitReceive(fileDescriptor, time / 4) == 0 ? time / 4 : 0;
+    return m_limit != 0;
 }
 
 Receipt Inbox::take(Buffer& buffer) {

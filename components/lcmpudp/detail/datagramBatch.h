@@ -19,7 +19,13 @@ public:
     explicit Inbox(std::size_t bufferSize) : m_bufferSize(bufferSize) {}
 
     bool empty() const { return m_next == m_count; }
-    void clear() { m_next = m_count; }
+    int size() const { return static_cast<int>(m_count - m_next); }
+
+    /// The socket is gone.
+    void clear() {
+        m_next = m_count;
+        m_limit = 0;
+    }
 
     /// Whether many may be there: as long as the last fill found many, and now and then to see. A call for
     /// several datagrams that finds one costs more than a call for one.
@@ -29,16 +35,27 @@ public:
     /// False: no more was there.
     bool fill(int fileDescriptor, int most, bool manyAddresses);
 
+    /// Waits for what comes next, and receives it and what came with it; the inbox is empty before. One call
+    /// instead of three where something comes soon; it gives up long before `milliseconds` (negative: for
+    /// ever) are over. 0 with something in the inbox, which may be an error; EINTR; EAGAIN when nothing came.
+    int await(int fileDescriptor, int milliseconds, bool manyAddresses);
+
     /// Takes the oldest out: its bytes change places with `buffer`, which may be null.
     Receipt take(Buffer& buffer);
 
 private:
+    bool limitAwait(int fileDescriptor, int milliseconds);
+    char* place(std::size_t index);
+    void receiveOne(int fileDescriptor, bool manyAddresses, Patience patience);
+    void receiveMany(int fileDescriptor, std::size_t most, bool manyAddresses, Patience patience);
+
     std::size_t m_bufferSize;
     std::array<Buffer, batchSize> m_buffers;  // made when they are needed first
     std::array<Receipt, batchSize> m_receipts;
     int m_singles = 0;  // that are received one by one before the next fill
     std::size_t m_count = 0;
     std::size_t m_next = 0;
+    int m_limit = 0;  // milliseconds that a receive of the socket waits at most; 0: none was set
 };
 
 /// Datagrams that are to be sent together, in this order.

@@ -77,7 +77,7 @@ const char* prepare(int fileDescriptor, const LcmpUdpAddress& address, LcmpUdpAd
 
 Opening openSocket(const LcmpUdpAddress& address) {
     Opening opening;
-    opening.fileDescriptor = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    opening.fileDescriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (opening.fileDescriptor < 0) {
         opening.error = errno;
         opening.attempt = "socket";
@@ -115,11 +115,11 @@ Receipt failedReceipt(int error) {
 }
 
 // The system tells the length that a datagram has, so that a cut one shows.
-Receipt receivePlainly(int fileDescriptor, char* buffer, std::size_t size) {
+Receipt receivePlainly(int fileDescriptor, char* buffer, std::size_t size, int flags) {
     sockaddr_in from{};
     socklen_t fromSize = sizeof from;
-    const ssize_t received =
-        recvfrom(fileDescriptor, buffer, size, MSG_TRUNC, reinterpret_cast<sockaddr*>(&from), &fromSize);
+    const ssize_t received = recvfrom(fileDescriptor, buffer, size, flags | MSG_TRUNC,
+                                      reinterpret_cast<sockaddr*>(&from), &fromSize);
     if (received < 0)
         return failedReceipt(errno);
     Receipt receipt;
@@ -172,30 +172,40 @@ Receipt receiptOf(msghdr& message, std::size_t size, bool manyAddresses) {
     return receipt;
 }
 
-Receipt receiveWithAskedAddress(int fileDescriptor, char* buffer, std::size_t size) {
+Receipt receiveWithAskedAddress(int fileDescriptor, char* buffer, std::size_t size, int flags) {
     Envelope envelope;
     msghdr message;
     envelope.addressReceive(message, buffer, size, true);
-    const ssize_t received = recvmsg(fileDescriptor, &message, 0);
+    const ssize_t received = recvmsg(fileDescriptor, &message, flags);
     if (received < 0)
         return failedReceipt(errno);
     return receiptOf(message, static_cast<std::size_t>(received), true);
 }
 
 // Control messages cost as much as the rest of the call, so they are left out where they tell nothing.
-Receipt receiveOnce(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses) {
-    return manyAddresses ? receiveWithAskedAddress(fileDescriptor, buffer, size)
-                         : receivePlainly(fileDescriptor, buffer, size);
+Receipt receiveOnce(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses, int flags) {
+    return manyAddresses ? receiveWithAskedAddress(fileDescriptor, buffer, size, flags)
+                         : receivePlainly(fileDescriptor, buffer, size, flags);
 }
 
 }  // namespace
 
-Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses) {
+Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses,
+                        Patience patience) {
+    if (patience == Patience::some)
+        return receiveOnce(fileDescriptor, buffer, size, manyAddresses, 0);
     Receipt receipt;
     do {
-        receipt = receiveOnce(fileDescriptor, buffer, size, manyAddresses);
+        receipt = receiveOnce(fileDescriptor, buffer, size, manyAddresses, MSG_DONTWAIT);
     } while (receipt.error == EINTR);
     return receipt;
+}
+
+int limitReceive(int fileDescriptor, int milliseconds) {
+    timeval limit{};
+    limit.tv_sec = milliseconds / 1000;
+    limit.tv_usec = static_cast<suseconds_t>(milliseconds % 1000) * 1000;
+    return setsockopt(fileDescriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) < 0 ? errno : 0;
 }
 
 int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to,
@@ -204,28 +214,39 @@ int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const L
     if (from == 0) {
         const sockaddr_in receiver = toSystem(to);
         sent = uninterrupted([&] {
-            return sendto(fileDescriptor, data, size, 0, reinterpret_cast<const sockaddr*>(&receiver),
-                          sizeof receiver);
+            return sendto(fileDescriptor, data, size, MSG_DONTWAIT,
+                          reinterpret_cast<const sockaddr*>(&receiver), sizeof receiver);
         });
     } else {
         Envelope envelope;
         msghdr message;
         envelope.addressSend(message, {data, size, to, from});
-        sent = uninterrupted([&] { return sendmsg(fileDescriptor, &message, 0); });
+        sent = uninterrupted([&] { return sendmsg(fileDescriptor, &message, MSG_DONTWAIT); });
     }
     return sent < 0 ? errno : 0;
 }
 
 #ifdef __linux__
 
+namespace {
+
+// Only the first is waited for.
+ssize_t receiveMany(int fileDescriptor, mmsghdr* messages, std::size_t count, Patience patience) {
+    const auto most = static_cast<unsigned int>(count);
+    if (patience == Patience::some)
+        return recvmmsg(fileDescriptor, messages, most, MSG_WAITFORONE, nullptr);
+    return uninterrupted([&] { return recvmmsg(fileDescriptor, messages, most, MSG_DONTWAIT, nullptr); });
+}
+
+}  // namespace
+
 std::size_t receiveDatagrams(int fileDescriptor, char* const* buffers, std::size_t size, std::size_t count,
-                             bool manyAddresses, Receipt* receipts) {
+                             bool manyAddresses, Receipt* receipts, Patience patience) {
     Envelope envelopes[batchSize];
     mmsghdr messages[batchSize];
     for (std::size_t i = 0; i < count; ++i)
         envelopes[i].addressReceive(messages[i].msg_hdr, buffers[i], size, manyAddresses);
-    const ssize_t received = uninterrupted(
-        [&] { return recvmmsg(fileDescriptor, messages, static_cast<unsigned int>(count), 0, nullptr); });
+    const ssize_t received = receiveMany(fileDescriptor, messages, count, patience);
     if (received < 0) {
         receipts[0] = failedReceipt(errno);
         return isNothingThere(receipts[0].error) ? 0 : 1;
@@ -241,7 +262,7 @@ int sendDatagrams(int fileDescriptor, const Shipment* shipments, std::size_t cou
     for (std::size_t i = 0; i < count; ++i)
         envelopes[i].addressSend(messages[i].msg_hdr, shipments[i]);
     const ssize_t sent = uninterrupted(
-        [&] { return sendmmsg(fileDescriptor, messages, static_cast<unsigned int>(count), 0); });
+        [&] { return sendmmsg(fileDescriptor, messages, static_cast<unsigned int>(count), MSG_DONTWAIT); });
     error = sent < 0 ? errno : 0;
     return std::max(static_cast<int>(sent), 0);
 }
@@ -249,9 +270,10 @@ int sendDatagrams(int fileDescriptor, const Shipment* shipments, std::size_t cou
 #else
 
 std::size_t receiveDatagrams(int fileDescriptor, char* const* buffers, std::size_t size, std::size_t count,
-                             bool manyAddresses, Receipt* receipts) {
+                             bool manyAddresses, Receipt* receipts, Patience patience) {
     for (std::size_t i = 0; i < count; ++i) {
-        receipts[i] = receiveDatagram(fileDescriptor, buffers[i], size, manyAddresses);
+        receipts[i] = receiveDatagram(fileDescriptor, buffers[i], size, manyAddresses,
+                                      i == 0 ? patience : Patience::none);
         if (receipts[i].error != 0)
             return isNothingThere(receipts[i].error) ? i : i + 1;
     }

@@ -1,5 +1,5 @@
 // The system calls of the transport, each in one place. Errors come back as numbers of errno, 0 when all went
-// well; EINTR is seen by awaitReadable's caller only. Nothing here waits but awaitReadable.
+// well; EINTR is seen by those alone who wait. Nothing here waits but awaitReadable and what is told to.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ struct Opening {
     LcmpUdpAddress bound;
 };
 
-/// A non-blocking socket on this address. On all addresses it hears from each datagram which was meant.
+/// A socket on this address. On all addresses it hears from each datagram which was meant.
 Opening openSocket(const LcmpUdpAddress& address);
 
 void closeSocket(int fileDescriptor);
@@ -33,13 +33,20 @@ struct Receipt {
     std::uint32_t asked = 0;  // the address of this host that the sender meant; 0 where there is one only
 };
 
+/// Whether a receive waits until something is there, or until the time is over that limitReceive has set.
+enum class Patience { none, some };
+
 /// `manyAddresses`: the socket is bound to all addresses, and learns which was meant.
-Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses);
+Receipt receiveDatagram(int fileDescriptor, char* buffer, std::size_t size, bool manyAddresses,
+                        Patience patience = Patience::none);
 
 /// Receives what is there into `count` buffers of `size` bytes each, at most batchSize, and returns how many
 /// receipts it has written. The last may tell an error; nothing there is none.
 std::size_t receiveDatagrams(int fileDescriptor, char* const* buffers, std::size_t size, std::size_t count,
-                             bool manyAddresses, Receipt* receipts);
+                             bool manyAddresses, Receipt* receipts, Patience patience = Patience::none);
+
+/// How long a receive with patience waits; the socket keeps it. At least 1.
+int limitReceive(int fileDescriptor, int milliseconds);
 
 /// Sends from the address `from`; 0 leaves the choice to the system.
 int sendDatagram(int fileDescriptor, const char* data, std::size_t size, const LcmpUdpAddress& to,
