@@ -120,7 +120,7 @@ int LcmpUdpEndpoint::poll(Milliseconds timeout) {
     const auto end = timeout.count() < 0 ? never : now + std::min(timeout, longestWait);
     const auto due = std::min(end, nextEvent());
     // Where requests come one after the other, a look before the wait would nearly always be for nothing.
-    const bool waitsAtOnce = m_waitsInReceive && now < due && m_socket >= 0 && !holdsDatagrams();
+    const bool waitsAtOnce = m_inbox->expectsMore() && now < due && m_socket >= 0 && !holdsDatagrams();
     int handled = waitsAtOnce ? 0 : takeTurn(maxFramesPerTurn);
     bool ran = !waitsAtOnce && runEventHandlerIfDue(now);
     while (handled == 0 && !ran && m_socket >= 0 && now < end) {
@@ -129,7 +129,7 @@ int LcmpUdpEndpoint::poll(Milliseconds timeout) {
             return slept == Slept::interrupted ? 0 : -1;
         // One datagram is known to be there; asking for a second would nearly always be for nothing.
         handled = takeTurn(std::max(m_inbox->size(), 1));
-        m_waitsInReceive = handled > 0;
+        m_inbox->expectMore(handled > 0);
         if (handled != 0)
             break;
         now = Clock::now();
@@ -320,7 +320,7 @@ LcmpUdpEndpoint::Clock::time_point LcmpUdpEndpoint::nextEvent() const {
 
 // As waitUntil; what came may be in the inbox already.
 LcmpUdpEndpoint::Slept LcmpUdpEndpoint::waitForMore(Clock::time_point time, Clock::time_point now) {
-    if (!m_waitsInReceive)
+    if (!m_inbox->expectsMore())
         return waitUntil(time, now);
     const int error = m_inbox->await(m_socket, millisecondsUntil(time, now), m_local.host == 0);
     if (error == 0)

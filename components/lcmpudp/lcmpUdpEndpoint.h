@@ -231,7 +231,6 @@ private:
     std::minstd_rand m_random;
     std::unique_ptr<lcmpudpdetail::Inbox> m_inbox;    // received together, not yet handled
     std::unique_ptr<lcmpudpdetail::Outbox> m_outbox;  // responses to such, not yet sent
-    bool m_waitsInReceive = false;  // the last wait brought a frame, so the next one is likely to, soon
     std::string m_peerText;  // of the peer whose frame was handled last: it comes again
     std::uint32_t m_peerTextHost = 0;
 };

@@ -234,10 +234,15 @@ TEST_F(UdpWaiting, DatagramOfAnUnlistedPeerDoesNotEndIt) {
     EXPECT_TRUE(stranger.hasNothing());
 }
 
-TEST_F(UdpWaiting, ReopenedSocketWaitsAsTheFirstOneDid) {
+TEST_F(UdpWaiting, ReopenedSocketIsLimitedAnew) {
     ASSERT_TRUE(card.open("127.0.0.1", 0));
     System again(card);
+    again.onWait = once([this] { ask(); });
+    EXPECT_EQ(card.poll(Milliseconds(10000)), 1);
+    EXPECT_EQ(again.patientReceives, 0);
     again.freezeTime();
-    EXPECT_EQ(card.poll(Milliseconds(1000)), 0);
-    EXPECT_EQ(total(again.waitTimes), 1000);
+    again.waitTimes.clear();
+    EXPECT_EQ(card.poll(Milliseconds(10000)), 0);
+    EXPECT_EQ(again.patientReceives, 1);
+    EXPECT_EQ(total(again.waitTimes), 10000);
 }

@@ -24,6 +24,7 @@ public:
     /// The socket is gone.
     void clear() {
         m_next = m_count;
+        m_expectsMore = false;
         m_limit = 0;
     }
 
@@ -34,6 +35,10 @@ public:
     /// Receives what is there, at most `most`; the inbox is empty before. An error waits like a datagram.
     /// False: no more was there.
     bool fill(int fileDescriptor, int most, bool manyAddresses);
+
+    /// Whether the last wait brought a frame: then the next is likely to, soon, and worth an await.
+    bool expectsMore() const { return m_expectsMore; }
+    void expectMore(bool more) { m_expectsMore = more; }
 
     /// Waits for what comes next, and receives it and what came with it; the inbox is empty before. One call
     /// instead of three where something comes soon; it gives up long before `milliseconds` (negative: for
@@ -55,6 +60,7 @@ private:
     int m_singles = 0;  // that are received one by one before the next fill
     std::size_t m_count = 0;
     std::size_t m_next = 0;
+    bool m_expectsMore = false;
     int m_limit = 0;  // milliseconds that a receive of the socket waits at most; 0: none was set
 };
 
