@@ -154,35 +154,34 @@ void addFaults(CLI::App& verb, CardOptions& options) {
 
 }  // namespace
 
-void addCardVerb(CLI::App& program, ExitStatus& status) {
+void addCardVerb(CLI::App& verb, ExitStatus& status) {
     const auto options = std::make_shared<CardOptions>();
-    CLI::App* verb = program.add_subcommand("card", "Serves a simulated card");
-    addModelOption(*verb, options->model);
-    verb->add_option("--listen", options->listen, "Where to listen; port 0 takes a free one")
+    addModelOption(verb, options->model);
+    verb.add_option("--listen", options->listen, "Where to listen; port 0 takes a free one")
         ->type_name("ADDR[:PORT]")
         ->capture_default_str();
-    verb->add_option("--events-to", options->receivers, "Sends events there; may be given several times")
+    verb.add_option("--events-to", options->receivers, "Sends events there; may be given several times")
         ->type_name("ADDR[:PORT]")
         ->allow_extra_args(false);
-    verb->add_option("--allow", options->allowed,
-                     "Answers these addresses only, instead of 127.0.0.0/8; may be given several times")
+    verb.add_option("--allow", options->allowed,
+                    "Answers these addresses only, instead of 127.0.0.0/8; may be given several times")
         ->type_name("CIDR")
         ->allow_extra_args(false);
-    verb->add_option("--period", options->period,
-                     "How often values change and are reported; 0 lets them stand still")
+    verb.add_option("--period", options->period,
+                    "How often values change and are reported; 0 lets them stand still")
         ->type_name("TIME")
         ->capture_default_str();
-    verb->add_option("--cards", options->cards, "So many cards, on ports one after another")
+    verb.add_option("--cards", options->cards, "So many cards, on ports one after another")
         ->type_name("N")
         ->check(CLI::Range(1U, 10000U))
         ->capture_default_str();
-    verb->add_option("--seed", options->seed,
-                     "The same seed makes values change, and faults happen, in the same way")
+    verb.add_option("--seed", options->seed,
+                    "The same seed makes values change, and faults happen, in the same way")
         ->type_name("N")
         ->capture_default_str();
-    addFaults(*verb, *options);
-    addTraceOption(*verb, options->trace);
-    verb->footer(
+    addFaults(verb, *options);
+    addTraceOption(verb, options->trace);
+    verb.footer(
         "Prints a line \"listening on ADDR:PORT\" for each card when it can be asked; SIGINT or SIGTERM ends "
         "it.\n"
         "SIGHUP loads the model again and starts the cards anew, unless the model is bad.\n\n"
@@ -197,7 +196,7 @@ void addCardVerb(CLI::App& program, ExitStatus& status) {
         "its own identity.ifcSlot, control.guid and MAC addresses.\n\n"
         "Examples: lcmp card --listen 127.0.0.1:0 --events-to 127.0.0.1:17471 --period 500ms\n"
         "          lcmp card --model linecard48.yaml --cards 500 --loss 1 --seed 7");
-    verb->callback([options, &status] {
+    verb.callback([options, &status] {
         runCard(*options);
         status = ExitStatus::done;
     });

@@ -36,14 +36,12 @@ void print(std::ostream& out, const Completion& completion) {
 
 }  // namespace
 
-void addCompleteVerb(CLI::App& program, ExitStatus& status) {
+void addCompleteVerb(CLI::App& verb, ExitStatus& status) {
     const auto words = std::make_shared<std::vector<std::string>>();
-    CLI::App* verb = program.add_subcommand("complete", "Says how a command line may go on");
-    verb->group("");
-    verb->add_option("WORD", *words, "The words behind lcmp, the last one as far as it is typed")
+    verb.add_option("WORD", *words, "The words behind lcmp, the last one as far as it is typed")
         ->type_name("");
-    verb->callback([&program, words, &status] {
-        print(std::cout, complete(program, *words));
+    verb.callback([&verb, words, &status] {
+        print(std::cout, complete(*verb.get_parent(), *words));
         status = ExitStatus::done;
     });
 }

@@ -159,18 +159,17 @@ ExitStatus decode(const DecodeOptions& options) {
 
 }  // namespace
 
-void addDecodeVerb(CLI::App& program, ExitStatus& status) {
+void addDecodeVerb(CLI::App& verb, ExitStatus& status) {
     const auto options = std::make_shared<DecodeOptions>();
-    CLI::App* verb = program.add_subcommand("decode", "Explains frames, written in hexadecimal or captured");
-    verb->add_option("FILE", options->file, "What to read; - or nothing is standard input")->type_name("");
-    verb->add_option("--port", options->port,
-                     "Of a capture: every datagram from or to this port, and no others; otherwise those that "
-                     "begin like a frame")
+    verb.add_option("FILE", options->file, "What to read; - or nothing is standard input")->type_name("");
+    verb.add_option("--port", options->port,
+                    "Of a capture: every datagram from or to this port, and no others; otherwise those that "
+                    "begin like a frame")
         ->type_name("PORT")
         ->check(CLI::Range(0, 65535));
-    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
-    addModelOption(*verb, options->model);
-    verb->footer(
+    addFormatOption(verb, options->format, {"text", "json", "jsonl", "csv", "value"});
+    addModelOption(verb, options->model);
+    verb.footer(
         "FILE is one of\n"
         "  a capture, pcap or pcapng: responses are shown with their requests and the time between them;\n"
         "  text: bytes in hexadecimal, '#' begins a comment, an empty line or a line that begins with the\n"
@@ -181,7 +180,7 @@ void addDecodeVerb(CLI::App& program, ExitStatus& status) {
         "its offset in the frame.\n\n"
         "Examples: lcmp decode session.pcap\n"
         "          echo 4f544e31 01 02 0007 11800002 03 0001 03 | lcmp decode");
-    verb->callback([options, &status] { status = decode(*options); });
+    verb.callback([options, &status] { status = decode(*options); });
 }
 
 }  // namespace tool

@@ -141,25 +141,24 @@ ExitStatus diff(const DiffOptions& options) {
 
 }  // namespace
 
-void addDiffVerb(CLI::App& program, ExitStatus& status) {
+void addDiffVerb(CLI::App& verb, ExitStatus& status) {
     const auto options = std::make_shared<DiffOptions>();
-    CLI::App* verb = program.add_subcommand("diff", "Compares two cards, or a card and a recording");
-    verb->add_option("A", options->left, "A card, HOST[:PORT], or a recording or model, FILE")
+    verb.add_option("A", options->left, "A card, HOST[:PORT], or a recording or model, FILE")
         ->required()
         ->type_name("");
-    verb->add_option("B", options->right, "What it is compared with")->required()->type_name("");
-    verb->add_option("--ignore", options->ignored,
-                     "Leaves an object, or a variable in all rows, out; may be given several times")
+    verb.add_option("B", options->right, "What it is compared with")->required()->type_name("");
+    verb.add_option("--ignore", options->ignored,
+                    "Leaves an object, or a variable in all rows, out; may be given several times")
         ->type_name("OBJECT[.VARIABLE]")
         ->allow_extra_args(false);
-    verb->add_flag("--moving", options->showsMoving,
-                   "Shows variables, too, of which a model says that they move by themselves");
-    verb->add_flag("--fail-on-difference", options->failsOnDifference,
-                   "Exit status 5 where there are differences, instead of 0");
-    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv"});
-    addModelOption(*verb, options->model);
-    addClientOptions(*verb, options->client);
-    verb->footer(
+    verb.add_flag("--moving", options->showsMoving,
+                  "Shows variables, too, of which a model says that they move by themselves");
+    verb.add_flag("--fail-on-difference", options->failsOnDifference,
+                  "Exit status 5 where there are differences, instead of 0");
+    addFormatOption(verb, options->format, {"text", "json", "jsonl", "csv"});
+    addModelOption(verb, options->model);
+    addClientOptions(verb, options->client);
+    verb.footer(
         "What is the name of a file, or ends in .yaml or .yml, is a FILE: it holds what a card of this "
         "model\n"
         "holds when it starts. A card that is compared with a FILE has its model, unless --model gives\n"
@@ -170,7 +169,7 @@ void addDiffVerb(CLI::App& program, ExitStatus& status) {
         "and the status is 5.\n\n"
         "Examples: lcmp diff 192.0.2.1 192.0.2.2 --ignore identity.ifcSlot --ignore control.guid\n"
         "          lcmp diff slot3.yaml 192.0.2.1 --fail-on-difference");
-    verb->callback([options, &status] { status = diff(*options); });
+    verb.callback([options, &status] { status = diff(*options); });
 }
 
 }  // namespace tool

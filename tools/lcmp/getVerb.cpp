@@ -34,19 +34,18 @@ ExitStatus get(const GetOptions& options) {
 
 }  // namespace
 
-void addGetVerb(CLI::App& program, ExitStatus& status) {
+void addGetVerb(CLI::App& verb, ExitStatus& status) {
     const auto options = std::make_shared<GetOptions>();
-    CLI::App* verb = program.add_subcommand("get", "Reads variables of a card");
-    verb->add_option("TARGET", options->targets, "The card, HOST[:PORT]; or several")
+    verb.add_option("TARGET", options->targets, "The card, HOST[:PORT]; or several")
         ->required()
         ->type_name("");
-    verb->add_option("NAME", options->names, "Any number of variables; as many requests are sent as it takes")
+    verb.add_option("NAME", options->names, "Any number of variables; as many requests are sent as it takes")
         ->required()
         ->type_name("");
-    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
-    addModelOption(*verb, options->model);
-    addClientOptions(*verb, options->client);
-    verb->footer(
+    addFormatOption(verb, options->format, {"text", "json", "jsonl", "csv", "value"});
+    addModelOption(verb, options->model);
+    addClientOptions(verb, options->client);
+    verb.footer(
         std::string("A TARGET is ") + targetsHelp +
         "\nSeveral are asked at the same time.\n\n"
         "A NAME is object.variable, object[row].variable, or an OID in 0x or decimal. An OID that the "
@@ -55,7 +54,7 @@ void addGetVerb(CLI::App& program, ExitStatus& status) {
         "The status is 5 when some variables of some cards were read and others were not.\n\n"
         "Examples: lcmp get 192.0.2.1 identity.cardType temperature[0].value\n"
         "          lcmp get 192.0.2.10-19 identity.ifcSlot -o csv");
-    verb->callback([options, &status] { status = get(*options); });
+    verb.callback([options, &status] { status = get(*options); });
 }
 
 }  // namespace tool

@@ -331,15 +331,14 @@ void addGenerate(CLI::App& verb, const Options& options, ExitStatus& status) {
 
 }  // namespace
 
-void addModelVerb(CLI::App& program, ExitStatus& status) {
+void addModelVerb(CLI::App& verb, ExitStatus& status) {
     const auto options = std::make_shared<ModelOptions>();
-    CLI::App* verb = program.add_subcommand("model", "Verifies, lists and shows card models");
-    verb->require_subcommand(1);
-    addLint(*verb, options, status);
-    addList(*verb, options, status);
-    addShow(*verb, options, status);
-    addGenerate(*verb, options, status);
-    verb->footer(
+    verb.require_subcommand(1);
+    addLint(verb, options, status);
+    addList(verb, options, status);
+    addShow(verb, options, status);
+    addGenerate(verb, options, status);
+    verb.footer(
         "Examples: lcmp model lint linecard48.yaml\n"
         "          lcmp model show --model linecard48.yaml port\n"
         "          lcmp model generate --model linecard48.yaml --to src");

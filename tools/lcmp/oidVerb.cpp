@@ -146,20 +146,19 @@ void addFields(CLI::App& verb, OidOptions& options, CLI::Option* names) {
 
 }  // namespace
 
-void addOidVerb(CLI::App& program, ExitStatus& status) {
+void addOidVerb(CLI::App& verb, ExitStatus& status) {
     const auto options = std::make_shared<OidOptions>();
-    CLI::App* verb = program.add_subcommand("oid", "Composes OIDs and takes them apart");
     CLI::Option* names =
-        verb->add_option("NAME", options->names, "Names of variables, or OIDs in 0x or decimal");
+        verb.add_option("NAME", options->names, "Names of variables, or OIDs in 0x or decimal");
     names->type_name("");
-    addFields(*verb, *options, names);
-    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
-    addModelOption(*verb, options->model);
-    verb->footer(
+    addFields(verb, *options, names);
+    addFormatOption(verb, options->format, {"text", "json", "jsonl", "csv", "value"});
+    addModelOption(verb, options->model);
+    verb.footer(
         "Examples: lcmp oid control.bpClkRef 0x50c10005\n"
         "          lcmp oid --table 3 --column 4 --row 5 --common\n"
         "          lcmp oid --group 2 --variable 7");
-    verb->callback([options, &status] { status = explain(*options); });
+    verb.callback([options, &status] { status = explain(*options); });
 }
 
 }  // namespace tool

@@ -171,25 +171,24 @@ ExitStatus ping(const PingOptions& options) {
 
 }  // namespace
 
-void addPingVerb(CLI::App& program, ExitStatus& status) {
+void addPingVerb(CLI::App& verb, ExitStatus& status) {
     const auto options = std::make_shared<PingOptions>();
-    CLI::App* verb = program.add_subcommand("ping", "Tells whether cards answer, and how soon");
-    verb->add_option("TARGET", options->targets, "The cards, HOST[:PORT]; all are asked at the same time")
+    verb.add_option("TARGET", options->targets, "The cards, HOST[:PORT]; all are asked at the same time")
         ->required()
         ->type_name("");
-    verb->add_option("--count", options->count, "End after so many requests to each card; else at Ctrl-C")
+    verb.add_option("--count", options->count, "End after so many requests to each card; else at Ctrl-C")
         ->type_name("N")
         ->check(CLI::Range(1UL, 4294967295UL));
-    verb->add_option("--interval", options->interval, "From one request to the next")
+    verb.add_option("--interval", options->interval, "From one request to the next")
         ->type_name("TIME")
         ->capture_default_str();
-    verb->add_option("--timeout", options->timeout, "How long an answer is waited for; nothing is sent again")
+    verb.add_option("--timeout", options->timeout, "How long an answer is waited for; nothing is sent again")
         ->type_name("TIME")
         ->envname("LCMP_TIMEOUT")
         ->capture_default_str();
-    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"}, "jsonl");
-    addTraceOption(*verb, options->trace);
-    verb->footer(
+    addFormatOption(verb, options->format, {"text", "json", "jsonl", "csv", "value"}, "jsonl");
+    addTraceOption(verb, options->trace);
+    verb.footer(
         std::string("A TARGET is ") + targetsHelp +
         "\n\nEach request reads identity.ifcSlot, one byte that every card should have. Any response is an\n"
         "answer, also one that refuses. The id is the message's, as in a capture. At the end: how many were\n"
@@ -198,7 +197,7 @@ void addPingVerb(CLI::App& program, ExitStatus& status) {
         "times are in seconds.\n\n"
         "The status is 0 when every card has answered at least once, 5 when some have, 3 when none has.\n\n"
         "Example: lcmp ping 192.0.2.10-19 --count 5");
-    verb->callback([options, &status] { status = ping(*options); });
+    verb.callback([options, &status] { status = ping(*options); });
 }
 
 }  // namespace tool

@@ -56,27 +56,26 @@ ExitStatus record(const RecordOptions& options) {
 
 }  // namespace
 
-void addRecordVerb(CLI::App& program, ExitStatus& status) {
+void addRecordVerb(CLI::App& verb, ExitStatus& status) {
     const auto options = std::make_shared<RecordOptions>();
-    CLI::App* verb = program.add_subcommand("record", "Writes what a card holds as a model with values");
-    verb->add_option("TARGET", options->target, "The card, HOST[:PORT]; the port is 17470 unless given")
+    verb.add_option("TARGET", options->target, "The card, HOST[:PORT]; the port is 17470 unless given")
         ->required()
         ->type_name("");
-    verb->add_option("-O,--output-file", options->file,
-                     "Where to; unless given, to standard output. A file that exists is replaced when all is "
-                     "read")
+    verb.add_option("-O,--output-file", options->file,
+                    "Where to; unless given, to standard output. A file that exists is replaced when all is "
+                    "read")
         ->type_name("FILE");
-    verb->add_flag("--keep-motion", options->keepsMotion,
-                   "Keeps how the model's variables move; without it, those of the recording stand still");
-    addModelOption(*verb, options->model);
-    addClientOptions(*verb, options->client);
-    verb->footer(
+    verb.add_flag("--keep-motion", options->keepsMotion,
+                  "Keeps how the model's variables move; without it, those of the recording stand still");
+    addModelOption(verb, options->model);
+    addClientOptions(verb, options->client);
+    verb.footer(
         "A card that serves the recording, lcmp card --model FILE --period 0, answers as the recorded one "
         "did.\n"
         "What the card refused has the model's default there, and is told; without any answer nothing is "
         "written.\n\n"
         "Example: lcmp record 192.0.2.1 -O slot3.yaml");
-    verb->callback([options, &status] { status = record(*options); });
+    verb.callback([options, &status] { status = record(*options); });
 }
 
 }  // namespace tool

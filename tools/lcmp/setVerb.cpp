@@ -152,22 +152,21 @@ void addConditions(CLI::App& verb, SetOptions& options) {
 
 }  // namespace
 
-void addSetVerb(CLI::App& program, ExitStatus& status) {
+void addSetVerb(CLI::App& verb, ExitStatus& status) {
     const auto options = std::make_shared<SetOptions>();
-    CLI::App* verb = program.add_subcommand("set", "Writes variables of a card");
-    verb->add_option("TARGET", options->targets, "The card, HOST[:PORT]; or several")
+    verb.add_option("TARGET", options->targets, "The card, HOST[:PORT]; or several")
         ->required()
         ->type_name("");
-    verb->add_option(
+    verb.add_option(
             "ASSIGNMENT", options->assignments,
             "NAME=VALUE, any number; those that fit into one request are written together or not at all")
         ->required()
         ->type_name("");
-    addConditions(*verb, *options);
-    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
-    addModelOption(*verb, options->model);
-    addClientOptions(*verb, options->client);
-    verb->footer(
+    addConditions(verb, *options);
+    addFormatOption(verb, options->format, {"text", "json", "jsonl", "csv", "value"});
+    addModelOption(verb, options->model);
+    addClientOptions(verb, options->client);
+    verb.footer(
         std::string("A TARGET is ") + targetsHelp +
         "\nSeveral are written at the same time.\n\n"
         "A NAME is object.variable, object[row].variable, or an OID with the type of the value. A VALUE is a "
@@ -187,7 +186,7 @@ void addSetVerb(CLI::App& program, ExitStatus& status) {
         "Examples: lcmp set 192.0.2.1 control.bpClkRef=3\n"
         "          lcmp set 192.0.2.1 0x50c10005:UINT32=7\n"
         "          lcmp set 192.0.2.10-19 control.bpClkRef=3 --if-equals 128 --verify");
-    verb->callback([options, &status] { status = set(*options); });
+    verb.callback([options, &status] { status = set(*options); });
 }
 
 }  // namespace tool

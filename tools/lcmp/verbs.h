@@ -1,6 +1,6 @@
-// The verbs of the program, one source file each. Adding one adds its options to the command line; when it is
-// the one that was typed, it runs inside the parse and leaves its exit status in `status`, or throws a
-// Failure. `status` outlives the parse.
+// The verbs of the program, one source file each. Adding one adds its options to what is its word and no
+// more; when it is the one that was typed, it runs inside the parse and leaves its exit status in `status`,
+// or throws a Failure. `verb` and `status` outlive the parse.
 #pragma once
 
 #include "exitStatus.h"
@@ -11,17 +11,17 @@ class App;
 
 namespace tool {
 
-void addCardVerb(CLI::App& program, ExitStatus& status);
-void addCompleteVerb(CLI::App& program, ExitStatus& status);
-void addDecodeVerb(CLI::App& program, ExitStatus& status);
-void addDiffVerb(CLI::App& program, ExitStatus& status);
-void addGetVerb(CLI::App& program, ExitStatus& status);
-void addModelVerb(CLI::App& program, ExitStatus& status);
-void addOidVerb(CLI::App& program, ExitStatus& status);
-void addPingVerb(CLI::App& program, ExitStatus& status);
-void addRecordVerb(CLI::App& program, ExitStatus& status);
-void addSetVerb(CLI::App& program, ExitStatus& status);
-void addWalkVerb(CLI::App& program, ExitStatus& status);
-void addWatchVerb(CLI::App& program, ExitStatus& status);
+void addCardVerb(CLI::App& verb, ExitStatus& status);
+void addCompleteVerb(CLI::App& verb, ExitStatus& status);
+void addDecodeVerb(CLI::App& verb, ExitStatus& status);
+void addDiffVerb(CLI::App& verb, ExitStatus& status);
+void addGetVerb(CLI::App& verb, ExitStatus& status);
+void addModelVerb(CLI::App& verb, ExitStatus& status);
+void addOidVerb(CLI::App& verb, ExitStatus& status);
+void addPingVerb(CLI::App& verb, ExitStatus& status);
+void addRecordVerb(CLI::App& verb, ExitStatus& status);
+void addSetVerb(CLI::App& verb, ExitStatus& status);
+void addWalkVerb(CLI::App& verb, ExitStatus& status);
+void addWatchVerb(CLI::App& verb, ExitStatus& status);
 
 }  // namespace tool

@@ -34,34 +34,33 @@ ExitStatus walk(const WalkOptions& options) {
 
 }  // namespace
 
-void addWalkVerb(CLI::App& program, ExitStatus& status) {
+void addWalkVerb(CLI::App& verb, ExitStatus& status) {
     constexpr unsigned int lastRow = 16383;
     const auto options = std::make_shared<WalkOptions>();
-    CLI::App* verb = program.add_subcommand("walk", "Reads whole objects of a card");
-    verb->add_option("TARGET", options->target, "The card, HOST[:PORT]; the port is 17470 unless given")
+    verb.add_option("TARGET", options->target, "The card, HOST[:PORT]; the port is 17470 unless given")
         ->required()
         ->type_name("");
-    verb->add_option("OBJECT", options->objects,
-                     "Objects by name, or one row as object[row]; unless given, all of the model")
+    verb.add_option("OBJECT", options->objects,
+                    "Objects by name, or one row as object[row]; unless given, all of the model")
         ->type_name("");
-    verb->add_option("--from", options->rows.from, "The first row of tables")
+    verb.add_option("--from", options->rows.from, "The first row of tables")
         ->type_name("ROW")
         ->check(CLI::Range(0U, lastRow));
-    verb->add_option("--to", options->rows.to,
-                     "The last row of tables; of those that are named it may lie beyond the model's")
+    verb.add_option("--to", options->rows.to,
+                    "The last row of tables; of those that are named it may lie beyond the model's")
         ->type_name("ROW")
         ->check(CLI::Range(0U, lastRow));
-    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"});
-    addModelOption(*verb, options->model);
-    addClientOptions(*verb, options->client);
-    verb->footer(
+    addFormatOption(verb, options->format, {"text", "json", "jsonl", "csv", "value"});
+    addModelOption(verb, options->model);
+    addClientOptions(verb, options->client);
+    verb.footer(
         "As many requests are sent as it takes; jsonl, csv and value print what has come after each.\n"
         "A table ends where the card refuses a row and the last row as well. That is told, unless the model\n"
         "ends there, too. Ctrl-C prints what was read until then.\n\n"
         "Examples: lcmp walk 192.0.2.1\n"
         "          lcmp walk 192.0.2.1 identity temperature[2]\n"
         "          lcmp walk 192.0.2.1 port --model linecard48.yaml --from 40 -o csv");
-    verb->callback([options, &status] { status = walk(*options); });
+    verb.callback([options, &status] { status = walk(*options); });
 }
 
 }  // namespace tool

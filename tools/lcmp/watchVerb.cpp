@@ -164,25 +164,23 @@ void addPolling(CLI::App& verb, WatchOptions& options) {
 
 }  // namespace
 
-void addWatchVerb(CLI::App& program, ExitStatus& status) {
+void addWatchVerb(CLI::App& verb, ExitStatus& status) {
     const auto options = std::make_shared<WatchOptions>();
-    CLI::App* verb =
-        program.add_subcommand("watch", "Prints the events of cards as they arrive, and changes it polls");
-    addPolling(*verb, *options);
-    verb->add_option("--listen", options->listen, "Where events arrive; port 0 takes a free one")
+    addPolling(verb, *options);
+    verb.add_option("--listen", options->listen, "Where events arrive; port 0 takes a free one")
         ->type_name("ADDR[:PORT]");
-    verb->add_option("--allow", options->allowed, "Whose events are shown; repeatable; loopback unless given")
+    verb.add_option("--allow", options->allowed, "Whose events are shown; repeatable; loopback unless given")
         ->type_name("CIDR")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    verb->add_option("--count", options->count, "End after so many values")
+    verb.add_option("--count", options->count, "End after so many values")
         ->type_name("N")
         ->check(CLI::Range(1UL, 4294967295UL));
-    verb->add_option("--duration", options->duration, "End after this time, like 5s")->type_name("TIME");
-    addFormatOption(*verb, options->format, {"text", "json", "jsonl", "csv", "value"}, "jsonl");
-    addModelOption(*verb, options->model);
-    addClientOptions(*verb, options->client);
-    verb->footer(
+    verb.add_option("--duration", options->duration, "End after this time, like 5s")->type_name("TIME");
+    addFormatOption(verb, options->format, {"text", "json", "jsonl", "csv", "value"}, "jsonl");
+    addModelOption(verb, options->model);
+    addClientOptions(verb, options->client);
+    verb.footer(
         std::string("A TARGET is ") + targetsHelp +
         "\n\n"
         "With --listen prints 'listening on ADDR:PORT' on standard error. Then one line for each value: "
@@ -198,7 +196,7 @@ void addWatchVerb(CLI::App& program, ExitStatus& status) {
         "first is no change. A TARGET that stops answering is a line, and its coming back another.\n\n"
         "Examples: lcmp watch --listen 192.0.2.9:17470 --allow 192.0.2.0/24\n"
         "          lcmp watch 192.0.2.10-19 --poll 5s --variables alarms,temperature[0].value");
-    verb->callback([options, &status] { status = watch(*options); });
+    verb.callback([options, &status] { status = watch(*options); });
 }
 
 }  // namespace tool
