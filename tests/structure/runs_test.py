@@ -21,9 +21,10 @@ printf '  Start 1: Good\\n1/2 Test #1: Good ....   Passed    0.01 sec\\n2/2 Test
 exit "$STATUS"
 """
 
-BUILDS = ["dev", "clang"]
+BUILDS = ["dev"]
 # Stage, and how it calls which script.
 COMMANDS = {
+    "clang": "batched --under nothing clang",
     "asan": "batched --under sanitizers asan",
     "powerpc": "batched --under emulator powerpc",
     "powerpc-asan": "batched --under emulator powerpc-asan",
@@ -96,7 +97,7 @@ class Runs(unittest.TestCase):
     def test_with_arguments_only_ctest_runs(self):
         status, printed, calls = self.run_script("scripts/test", "--all", "-R", "One")
         self.assertEqual(status, 0)
-        self.assertRegex(calls, r"\nctest --preset clang .* -R One\n$")
+        self.assertRegex(calls, r"\nctest --preset dev .* -R One\n$")
         for stage in COMMANDS:
             self.assertNotIn(stage, printed)
 
