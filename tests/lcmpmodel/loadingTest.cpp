@@ -188,6 +188,8 @@ TEST(ModelLoading, RefusesWhatIsNoModel) {
         {"card: c\nobjects: [3]\n", "2:11: an object is a map, and here is a single value"},
         {"card: c\n", "1:1: a model needs the key 'objects'"},
         {"card: c\nobjects: []\n---\ncard: d\n", "3:1: a second document begins; a model is one document"},
+        {"card: c\ndescription: gr\xfcn\nobjects: []\n",
+         "2:14: bytes that are no UTF-8; save the file as UTF-8"},
         {"card: &x c\nobjects: [*x]\n", "2:11: aliases are not supported; write out what is meant"},
         {"card: c\nobjects: []\n[a]: b\n", "3:1: a key is a word, and here is a list"},
     };

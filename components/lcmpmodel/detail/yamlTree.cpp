@@ -7,6 +7,8 @@
 #include <sstream>
 #include <utility>
 
+#include "detail/utf8.h"
+
 namespace lcmpdetail {
 namespace {
 
@@ -40,6 +42,9 @@ public:
     }
     void OnScalar(const YAML::Mark& mark, const std::string& /*tag*/, YAML::anchor_t /*anchor*/,
                   const std::string& value) override {
+        // The parser lets them by, and nothing could write them again.
+        if (!isUtf8(value))
+            throw Stop{placeOf(mark), "bytes that are no UTF-8; save the file as UTF-8"};
         YamlNode node = nodeOf(YamlNode::Kind::scalar, mark);
         node.text = value;
         add(std::move(node));
