@@ -24,14 +24,23 @@ TEST(ModelLoading, TellsEverythingAtOnceByLineAndColumn) {
         "      - {id: 2, name: a, type: UINT9, access: writable}\n"
         "      - {id: 2, name: b, type: UINT8, access: sometimes, defalt: 3}\n"
         "  - name: control\n"
-        "    kind: tabel\n";
-    EXPECT_THAT(faultsOf(text), ElementsAre("5:9: group id 32 is beyond 0 to 31",
-                                            "7:32: there is no type 'UINT9'; did you mean UINT8?",
-                                            "8:14: the id 2 is taken since line 7",
-                                            "8:47: access is writable or read-only, not 'sometimes'",
-                                            "8:58: a variable has no key 'defalt'; did you mean default?",
-                                            "9:11: the name 'control' is taken since line 3",
-                                            "10:11: kind is scalar or table, not 'tabel'"));
+        "    kind: tabel\n"
+        "    id: 99\n"
+        "    rows: 3\n"
+        "    variables:\n"
+        "      - {id: 0, name: a, type: UINT8, access: writable, values: [1, 2, x]}\n"
+        "  - name: other\n"
+        "    kind: skalar\n";
+    EXPECT_THAT(
+        faultsOf(text),
+        ElementsAre(
+            "5:9: group id 32 is beyond 0 to 31", "7:32: there is no type 'UINT9'; did you mean UINT8?",
+            "8:14: the id 2 is taken since line 7", "8:47: access is writable or read-only, not 'sometimes'",
+            "8:58: a variable has no key 'defalt'; did you mean default?",
+            "9:11: the name 'control' is taken since line 3", "10:11: kind is scalar or table, not 'tabel'",
+            "14:72: values: 'x' is no UINT8: a whole number from 0 to 255, decimal or 0x",
+            "15:5: an object needs the key 'id'", "15:5: an object needs the key 'variables'",
+            "16:11: kind is scalar or table, not 'skalar'"));
 }
 
 struct Case {

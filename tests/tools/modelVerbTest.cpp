@@ -114,6 +114,7 @@ TEST(ModelVerb, LintSaysEverythingThatIsWrongAndEndsWithStatusSeven) {
     EXPECT_EQ(
         ended.err,
         file + ":2:1: a model has no key 'objcts'; did you mean objects?\n" + file +
+            ":4:5: an object needs the key 'variables'\n" + file +
             ":4:12: the name '1' is none: letters, digits and _, not a digit first, at most 63 of them\n" +
             file + ":4:21: kind is scalar or table, not 'scalr'\n" + "lcmp: 1 file is no card model\n");
     EXPECT_THAT(ended.out, HasSubstr("card fantray")) << "the good one is still looked at";

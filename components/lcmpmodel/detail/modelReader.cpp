@@ -59,10 +59,14 @@ private:
             m_names.take(object.name, "the name '" + object.name + "'", name->place, m_faults);
         readFlag(fields.find("common"), "common", m_faults, object.common);
         readText(fields.find("description"), "description", m_faults, object.description);
-        // Without the kind nothing can be said of ids and rows.
-        if (!readKind(fields.require("kind"), object))
-            return;
-        readId(fields.require("id"), object);
+        // An object of no kind is taken for that which has its keys, so that its variables are judged, too.
+        // Of its id nothing can be said.
+        const bool kindKnown = readKind(fields.require("kind"), object);
+        if (!kindKnown && fields.find("rows") != nullptr)
+            object.kind = ifcCard::IFC_CARD_OBJECT_TABLE;
+        const YamlNode* id = fields.require("id");
+        if (kindKnown)
+            readId(id, object);
         if (readRows(fields, object))
             readVariables(fields.require("variables"), object);
         m_model.objects.push_back(std::move(object));
