@@ -17,11 +17,6 @@ if(LCMP_YAML_CPP_SOURCE_DIR)
   set(YAML_CPP_CLANG_FORMAT_EXE "" CACHE STRING "" FORCE)  # no target of theirs that formats
   set(YAML_BUILD_SHARED_LIBS OFF CACHE BOOL "" FORCE)
   add_subdirectory("${LCMP_YAML_CPP_SOURCE_DIR}" "${PROJECT_BINARY_DIR}/yaml-cpp" EXCLUDE_FROM_ALL SYSTEM)
-  # Under emulation most of the time goes into code that runs once, and watching it makes it three times as long. The
-  # library is watched where it is fuzzed.
-  if(CMAKE_CROSSCOMPILING AND CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
-    target_compile_options(yaml-cpp PRIVATE -fno-sanitize=all)
-  endif()
 else()
   find_package(yaml-cpp 0.7 REQUIRED)
 endif()
