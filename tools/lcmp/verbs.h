@@ -1,6 +1,6 @@
-// The verbs of the program, one source file each. Adding one adds its options to what is its word and no
-// more; when it is the one that was typed, it runs inside the parse and leaves its exit status in `status`,
-// or throws a Failure. `verb` and `status` outlive the parse.
+// The verbs of the program, one source file each. Each function adds the options of its verb to `verb`, the
+// word that the command line has for it. When that was typed, the verb runs inside the parse and leaves its
+// exit status in `status`, or throws a Failure. `verb` and `status` outlive the parse.
 #pragma once
 
 #include "exitStatus.h"
