@@ -22,8 +22,8 @@ class Abi(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         cls.addClassCleanup(folder.cleanup)
         cls.tree = pathlib.Path(folder.name) / "a tree"
-        for place in ["CMakeLists.txt", "cmake", "components", "docs", "examples", "scripts/abi", "tests/abi",
-                      "tests/structure/symbols.py", "tools/wireshark"]:
+        for place in ["CMakeLists.txt", "cmake", "components", "docs", "examples", "models", "scripts/abi",
+                      "tests/abi", "tests/structure/symbols.py", "tools/wireshark"]:
             (cls.tree / place).parent.mkdir(parents=True, exist_ok=True)
             (shutil.copytree if (ROOT / place).is_dir() else shutil.copy)(ROOT / place, cls.tree / place)
 
@@ -45,7 +45,7 @@ class Abi(unittest.TestCase):
     def test_what_stands_passes(self):
         status, printed = self.abi()
         self.assertEqual(status, 0, printed)
-        self.assertRegex(printed, r"\ncount: 2 libraries\n$")
+        self.assertRegex(printed, r"\ncount: 3 libraries\n$")
 
     def test_another_virtual_operation_breaks_programs(self):
         self.plant(ENDPOINT, "    virtual void frameReceived",
@@ -61,6 +61,13 @@ class Abi(unittest.TestCase):
         self.assertEqual(status, 1, printed)
         self.assertRegex(printed, r"\[D\] .*lcmpUdp")
         self.assertRegex(printed, "may break.*scripts/abi --renew, raise the SOVERSION")
+
+    def test_another_field_of_a_model_breaks_programs(self):
+        self.plant("components/lcmpmodel/lcmpModel.h", "    std::string unit;",
+                   "    int planted = 0;\n    std::string unit;")
+        status, printed = self.abi()
+        self.assertEqual(status, 1, printed)
+        self.assertRegex(printed, "amd64 of liblcmpmodel differs(?s:.)*LcmpModelVariable(?s:.)*may break")
 
     def test_another_function_breaks_none_and_is_described_anew(self):
         self.plant("components/lcmpudp/lcmpUdpAddress.h", "LCMP_API bool lcmpUdpParseHost",
